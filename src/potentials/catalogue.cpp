@@ -1,0 +1,58 @@
+#include "potentials/catalogue.hpp"
+
+#include <array>
+
+#include "common/fixed_string.hpp"
+#include "potentials/zero.hpp"
+
+namespace pelix {
+
+namespace {
+
+constexpr FamilyOps kZero{setup_prms_for_zero, zero_potl_cutoff_squared, zero_call};
+
+// Matching order of the keywords. Rows without operations are families not built yet.
+constexpr std::array<KeywordRow, 29> kKeywordTable{{
+    {"CSIHPOT", "csihpot", nullptr},
+    {"ACKLAND", "ackland_interaction", nullptr},
+    {"ACKLIST", "acklist_interaction", nullptr},
+    {"ACKLEAM", "acklfep_interaction", nullptr},
+    {"ACKNIAL", "acklnial_interaction", nullptr},
+    {"MORSEPT", "morsept_interaction", nullptr},
+    {"MORLIST", "morlist_interaction", nullptr},
+    {"ZBLPOTL", "zblpotl_interaction", nullptr},
+    {"SPINELP", "spinelpotl_interaction", nullptr},
+    {"MGOPOTL", "mgo_potl_interaction", nullptr},
+    {"EROPOTL", "ero_potl_interaction", nullptr},
+    {"MEAM", "meam_interaction", nullptr},
+    {"TiOFCPT", "tio_potlfc_interaction", nullptr},
+    {"Qeq", "tio_potlvc_interaction", nullptr},
+    {"BPUPOTL", "bpu_potl_interaction", nullptr},
+    {"UNTITLE", "untitled_potl_interaction", nullptr},
+    {"GIOVANI", "giovani_interaction", nullptr},
+    {"TERNARY", "ternary_interaction", nullptr},
+    {"FeOPOTL", "feo_potl_interaction", nullptr},
+    {"ZERO", "zero_potl_interaction", &kZero},
+    {"HeFePOT", "hefepotl_interaction", nullptr},
+    {"HeHePOT", "hehepotl_interaction", nullptr},
+    {"FEIGAO", "feigao_interaction", nullptr},
+    {"AzizHe2", "azizhehe_interaction", nullptr},
+    {"MENDEL", "mendelev_interaction", nullptr},
+    {"AMtest", "amtest_interaction", nullptr},
+    {"BUCKBW", "buckbw_interaction", nullptr},
+    {"BSIPOTL", "bsipotl_interaction", nullptr},
+    {"DELAYE_POTL", "delaye_potl_interaction", nullptr},
+}};
+
+}  // namespace
+
+std::span<const KeywordRow> keyword_table() { return kKeywordTable; }
+
+const KeywordRow* find_built_keyword(std::string_view keyword) {
+    for (const auto& row : kKeywordTable) {
+        if (blank_padded_equal(row.keyword, keyword)) return row.ops ? &row : nullptr;
+    }
+    return nullptr;
+}
+
+}  // namespace pelix
