@@ -56,8 +56,7 @@ void free_atom_list_and_species(AtomStore& store);
 // 0-based index of the last of the symbols equal to `sym`, -1 when none matches.
 int32_t specie_for_atom(const std::string& sym, const std::vector<std::string>& symbols);
 // Registers a species symbol (used by the atom-file readers).
-void checking_for_numel(const std::string& sym, int32_t& numel,
-                        std::vector<std::string>& symbols);
+void checking_for_numel(const std::string& sym, int32_t& numel, std::vector<std::string>& symbols);
 
 double ke(const AtomStore& store, const AtomRecord& record);
 double tke(const AtomStore& store);

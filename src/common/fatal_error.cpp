@@ -8,7 +8,8 @@ namespace {
 std::string join_lines(const std::vector<std::string>& lines) {
     std::string joined;
     for (const auto& line : lines) {
-        if (!joined.empty()) joined += '\n';
+        if (!joined.empty())
+            joined += '\n';
         joined += line;
     }
     return joined;
@@ -28,7 +29,8 @@ void fatal_stop(std::vector<std::string> lines, int exit_status) {
 
 void input_error(const std::string& file, int line, const std::string& what) {
     std::string text = file;
-    if (line > 0) text += " line " + std::to_string(line);
+    if (line > 0)
+        text += " line " + std::to_string(line);
     throw FatalError({text + ": " + what}, kExitInput);
 }
 

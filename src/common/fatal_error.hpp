@@ -10,24 +10,24 @@
 
 namespace pelix {
 
-inline constexpr int kExitFatal = 1;    // nrerror and the other specified stops
-inline constexpr int kExitInput = 2;    // unreadable or malformed input files
+inline constexpr int kExitFatal = 1;       // nrerror and the other specified stops
+inline constexpr int kExitInput = 2;       // unreadable or malformed input files
 inline constexpr int kExitLostAtoms = 10;  // checking_total_number_of_atoms
 
 class FatalError : public std::runtime_error {
-public:
+  public:
     FatalError(std::vector<std::string> lines, int exit_status);
     // The lines to write to standard output, in order, each ending with a newline.
     const std::vector<std::string>& lines() const { return lines_; }
     int exit_status() const { return exit_status_; }
 
-private:
+  private:
     std::vector<std::string> lines_;
     int exit_status_;
 };
 
 class ArgumentError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 

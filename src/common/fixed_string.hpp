@@ -19,7 +19,8 @@ inline bool blank_padded_equal(std::string_view a, std::string_view b) {
     for (std::size_t k = 0; k < n; ++k) {
         const char ca = k < a.size() ? a[k] : ' ';
         const char cb = k < b.size() ? b[k] : ' ';
-        if (ca != cb) return false;
+        if (ca != cb)
+            return false;
     }
     return true;
 }

@@ -27,8 +27,8 @@ struct ListTarget {
     enum class Kind { Integer, Real, Logical, Character };
     Kind kind;
     void* target;
-    std::size_t width;   // field width for Character
-    std::string name;    // the setting's name, for error messages
+    std::size_t width;  // field width for Character
+    std::string name;   // the setting's name, for error messages
 };
 
 inline ListTarget int_item(int32_t& v, std::string name) {
@@ -45,7 +45,7 @@ inline ListTarget char_item(std::string& v, std::size_t width, std::string name)
 }
 
 class ListDirectedFile {
-public:
+  public:
     // Opens an existing file for reading; a missing or unreadable file is an input error.
     explicit ListDirectedFile(std::string path);
 
@@ -64,7 +64,7 @@ public:
     // naming `what`.
     std::string read_raw_line(const std::string& what);
 
-private:
+  private:
     bool next_line(std::string& line);
 
     std::string path_;

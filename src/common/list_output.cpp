@@ -24,7 +24,8 @@ std::string format_list_double(double v) {
 }
 
 ListLine& ListLine::operator<<(std::string_view s) {
-    if (!last_was_text_) text_ += ' ';
+    if (!last_was_text_)
+        text_ += ' ';
     text_ += s;
     last_was_text_ = true;
     return *this;

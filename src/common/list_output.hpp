@@ -10,7 +10,7 @@
 namespace pelix {
 
 class ListLine {
-public:
+  public:
     ListLine() : text_(" ") {}
     ListLine& operator<<(std::string_view s);
     ListLine& operator<<(const char* s) { return *this << std::string_view(s); }
@@ -20,7 +20,7 @@ public:
     ListLine& operator<<(bool v);
     const std::string& str() const { return text_; }
 
-private:
+  private:
     std::string text_;
     bool last_was_text_ = true;
 };

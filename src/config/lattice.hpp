@@ -30,8 +30,7 @@ void get_lattice_constrains(LatticeConstraints& constraints, double lx, double l
                             const std::string& path = "lattice.IN");
 
 // Sets the lattice type of the first store.mylt records of the staged list.
-void get_latyp(AtomStore& store, const LatticeConstraints& constraints,
-               const RunConfig& config);
+void get_latyp(AtomStore& store, const LatticeConstraints& constraints, const RunConfig& config);
 
 struct ExtendedLimits {
     double xlow, xhigh, ylow, yhigh, zlow, zhigh;

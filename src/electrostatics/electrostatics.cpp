@@ -31,7 +31,8 @@ void read_multipole_in(Engine& engine) {
 void setup_prms_for_electrostatics(Engine& engine) {
     engine.electrostatics.ncharged = 0;
     engine.electrostatics.elecfirstcall = true;
-    if (engine.config.multipole_flag < 2) read_multipole_in(engine);
+    if (engine.config.multipole_flag < 2)
+        read_multipole_in(engine);
 }
 
 void electrostatics_call(Engine& engine) {
@@ -41,21 +42,28 @@ void electrostatics_call(Engine& engine) {
     if (state.elecfirstcall) {
         int32_t count = 0;
         for (int32_t i = 0; i < mylt; ++i) {
-            if (!(ff.charg[i] == 0.0)) ++count;  // a NaN charge counts as charged
+            if (!(ff.charg[i] == 0.0))
+                ++count;  // a NaN charge counts as charged
         }
         state.ncharged = sumall_i(count);
         state.elecfirstcall = false;
     }
-    if (state.ncharged < 2) return;
+    if (state.ncharged < 2)
+        return;
 
     const int32_t flag = engine.config.multipole_flag;
-    if (flag == 2) method_not_built("the damped shifted-force sum");
-    if (engine.config.pbcx == 1) method_not_built("Ewald summation");
-    if (flag >= 2) return;
-    if (flag == 0) method_not_built("the multipole tree");
+    if (flag == 2)
+        method_not_built("the damped shifted-force sum");
+    if (engine.config.pbcx == 1)
+        method_not_built("Ewald summation");
+    if (flag >= 2)
+        return;
+    if (flag == 0)
+        method_not_built("the multipole tree");
     // flag 1: the second multipole method computes nothing; the per-atom potentials it would
     // have returned are halved into pair-energy shares.
-    for (int32_t i = 0; i < mylt; ++i) engine.atoms.pe[i] *= 0.5;
+    for (int32_t i = 0; i < mylt; ++i)
+        engine.atoms.pe[i] *= 0.5;
 }
 
 void finalise_multipole(Engine& /*engine*/) {}

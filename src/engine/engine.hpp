@@ -13,6 +13,7 @@
 #include "interaction/evaluation.hpp"
 #include "interaction/neighbour_list.hpp"
 #include "interaction/registry.hpp"
+#include "potentials/catalogue.hpp"
 #include "potentials/family_states.hpp"
 
 namespace pelix {
@@ -38,6 +39,9 @@ struct Engine {
     ElectrostaticsState electrostatics;
     FamilyStates families;
     TriangleLayer triangle_layer;
+    // The keyword catalogue the registry and the evaluation dispatch through: the built-in
+    // table, replaceable by tests that need recording families.
+    std::span<const KeywordRow> catalogue = keyword_table();
 };
 
 }  // namespace pelix

@@ -39,11 +39,21 @@ void cell_list(Engine& engine);
 void nopbc_cell_list(Engine& engine);
 
 // Spatial-decomposition operations of the single-process system.
-inline int32_t sumall_i(int32_t v) { return v; }
-inline double sumall_r(double v) { return v; }
-inline int32_t send_to_all_i(int32_t v) { return v; }
-inline double send_to_all_r(double v) { return v; }
-inline double pickup_one_r() { return 0.0; }
+inline int32_t sumall_i(int32_t v) {
+    return v;
+}
+inline double sumall_r(double v) {
+    return v;
+}
+inline int32_t send_to_all_i(int32_t v) {
+    return v;
+}
+inline double send_to_all_r(double v) {
+    return v;
+}
+inline double pickup_one_r() {
+    return 0.0;
+}
 // Ends the process (exit status 10) when `count` differs from the store's total `lt`.
 void checking_total_number_of_atoms(const std::string& tag, int32_t count, int32_t lt);
 

@@ -17,8 +17,7 @@ struct UpdateForceState {
     std::vector<double> RXOLD, RYOLD, RZOLD;
     int32_t SIZE_RXOLD = 0;
     int32_t SIZE_PE = 0;
-    double INBOXXMIN = 0, INBOXXMAX = 0, INBOXYMIN = 0, INBOXYMAX = 0, INBOXZMIN = 0,
-           INBOXZMAX = 0;
+    double INBOXXMIN = 0, INBOXXMAX = 0, INBOXYMIN = 0, INBOXYMAX = 0, INBOXZMIN = 0, INBOXZMAX = 0;
     double NEWYPOS = 0;
 };
 

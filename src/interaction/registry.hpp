@@ -43,8 +43,8 @@ void setup_interaction_parameters(Engine& engine, int32_t numel,
 double cutoff_distance_squared(Engine& engine, const std::vector<int32_t>& anum, int32_t i,
                                int32_t j);
 // Cut-off radius (not squared) plus skin, for the spatial-decomposition margin.
-double sd_cutoff_distance(Engine& engine, const std::vector<int32_t>& anum, int32_t i,
-                          int32_t j, double skin);
+double sd_cutoff_distance(Engine& engine, const std::vector<int32_t>& anum, int32_t i, int32_t j,
+                          double skin);
 
 // Releases the registry arrays, the cell arrays, the cut-off tables and the atom store's pe.
 void potfor_finalise(Engine& engine);

@@ -46,11 +46,14 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
 
 }  // namespace
 
-std::span<const KeywordRow> keyword_table() { return kKeywordTable; }
+std::span<const KeywordRow> keyword_table() {
+    return kKeywordTable;
+}
 
-const KeywordRow* find_built_keyword(std::string_view keyword) {
-    for (const auto& row : kKeywordTable) {
-        if (blank_padded_equal(row.keyword, keyword)) return row.ops ? &row : nullptr;
+const KeywordRow* find_built_keyword(std::span<const KeywordRow> table, std::string_view keyword) {
+    for (const auto& row : table) {
+        if (blank_padded_equal(row.keyword, keyword))
+            return row.ops ? &row : nullptr;
     }
     return nullptr;
 }

@@ -28,8 +28,8 @@ struct KeywordRow {
 // All rows, in matching order.
 std::span<const KeywordRow> keyword_table();
 
-// The first row whose keyword equals `keyword` (blank-padded comparison) and whose family is
-// built; nullptr otherwise.
-const KeywordRow* find_built_keyword(std::string_view keyword);
+// The first row of `table` whose keyword equals `keyword` (blank-padded comparison) when its
+// family is built; nullptr otherwise (unknown keyword or family not built).
+const KeywordRow* find_built_keyword(std::span<const KeywordRow> table, std::string_view keyword);
 
 }  // namespace pelix
