@@ -1,0 +1,118 @@
+#include "atoms/atom_store.hpp"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "common/fatal_error.hpp"
+#include "common/fixed_string.hpp"
+
+namespace pelix {
+
+namespace {
+
+constexpr std::size_t kSymbolLength = 2;
+
+std::size_t as_size(int32_t n) {
+    return n > 0 ? static_cast<std::size_t>(n) : 0;
+}
+
+// Number of leading entries of a container of `size` entries that a count `n` covers.
+std::size_t leading(int32_t n, std::size_t size) {
+    return std::min(as_size(n), size);
+}
+
+// Gives the array's memory back. (Assigning an empty brace list would keep the capacity.)
+template <class T>
+void release(std::vector<T>& array) {
+    std::vector<T>().swap(array);
+}
+
+}  // namespace
+
+void reallocate_atom_array(AtomStore& store, int32_t n) {
+    std::vector<AtomRecord> fresh;
+    try {
+        fresh.resize(as_size(n));
+    } catch (const std::bad_alloc&) {
+        nrerror("reallocate_atom_array: problem in attempt to allocate memory");
+    } catch (const std::length_error&) {
+        nrerror("reallocate_atom_array: problem in attempt to allocate memory");
+    }
+    if (store.list_allocated) {
+        const std::size_t kept = std::min(fresh.size(), store.list.size());
+        std::copy_n(store.list.begin(), kept, fresh.begin());
+        ++store.reallocations;
+    }
+    store.list = std::move(fresh);
+    store.list_allocated = true;
+}
+
+void free_atom_list_and_species(AtomStore& store) {
+    release(store.list);
+    store.list_allocated = false;
+    release(store.symbol);
+    release(store.anum);
+    release(store.mass);
+    release(store.atmrad);
+}
+
+int32_t specie_for_atom(const std::string& sym, const std::vector<std::string>& symbols) {
+    const std::string wanted = fixed_width(sym, kSymbolLength);
+    for (std::size_t k = symbols.size(); k-- > 0;) {
+        if (blank_padded_equal(wanted, symbols[k]))
+            return static_cast<int32_t>(k);
+    }
+    return -1;
+}
+
+void checking_for_numel(const std::string& sym, int32_t& numel, std::vector<std::string>& symbols) {
+    const std::string symbol = fixed_width(sym, kSymbolLength);
+    if (numel <= 0) {
+        numel = 1;
+        symbols.assign(1, symbol);
+        return;
+    }
+    const auto registered =
+        symbols.begin() + static_cast<std::ptrdiff_t>(leading(numel, symbols.size()));
+    const bool known = std::any_of(symbols.begin(), registered, [&](const std::string& s) {
+        return blank_padded_equal(symbol, s);
+    });
+    if (known)
+        return;
+    ++numel;
+    symbols.resize(as_size(numel));
+    symbols.back() = symbol;
+}
+
+double ke(const AtomStore& store, const AtomRecord& record) {
+    const double v2 = record.vx * record.vx + record.vy * record.vy + record.vz * record.vz;
+    return 0.5 * store.mass[static_cast<std::size_t>(record.specie)] * v2;
+}
+
+// The sums below cover the first `mylt` entries; should the arrays hold fewer, they stop at
+// the end of the array rather than read past it.
+double tke(const AtomStore& store) {
+    double total = 0.0;
+    const std::size_t count = leading(store.mylt, store.list.size());
+    for (std::size_t k = 0; k < count; ++k) {
+        const AtomRecord& record = store.list[k];
+        if (record.latyp > 0)
+            total += ke(store, record);
+    }
+    return total;
+}
+
+double tpe(const AtomStore& store) {
+    double total = 0.0;
+    const std::size_t count = leading(store.mylt, store.pe.size());
+    for (std::size_t k = 0; k < count; ++k)
+        total += store.pe[k];
+    return total;
+}
+
+double tte(const AtomStore& store) {
+    return tke(store) + tpe(store);
+}
+
+}  // namespace pelix

@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "atoms/atom_store.hpp"
+#include "atoms/force_field_state.hpp"
+
+namespace {
+
+// A record whose fields all differ from one another and from the defaults.
+pelix::AtomRecord record(int32_t id, int32_t specie, int32_t latyp, double v = 0.0) {
+    return {id, specie, 1.0 * id, 2.0 * id, 3.0 * id, latyp, -0.5 * id, v, 2.0 * v, -v};
+}
+
+TEST(AtomStore, ReallocateGrowsAndShrinksKeepingTheLeadingRecords) {
+    pelix::AtomStore store;
+    pelix::reallocate_atom_array(store, 3);
+    ASSERT_EQ(store.list.size(), 3u);
+    EXPECT_EQ(store.reallocations, 0);  // a first list replaces nothing
+    for (int32_t k = 0; k < 3; ++k)
+        store.list[k] = record(k + 1, k, 1, 0.1 * k);
+
+    pelix::reallocate_atom_array(store, 5);
+    ASSERT_EQ(store.list.size(), 5u);
+    EXPECT_EQ(store.reallocations, 1);
+    EXPECT_EQ(store.list[2].specie, 2);
+    EXPECT_EQ(store.list[2].vy, 0.2 * 2);
+    EXPECT_EQ(store.list[4].id, 0);
+
+    pelix::reallocate_atom_array(store, 2);
+    ASSERT_EQ(store.list.size(), 2u);
+    EXPECT_EQ(store.list[1].charge, -1.0);
+    pelix::reallocate_atom_array(store, -4);
+    EXPECT_TRUE(store.list.empty());
+    EXPECT_EQ(store.reallocations, 3);
+
+    store.symbol = {"Fe"};
+    pelix::free_atom_list_and_species(store);
+    EXPECT_EQ(store.list.capacity() + store.symbol.capacity(), 0u);
+    pelix::reallocate_atom_array(store, 1);  // a new list after freeing is not a replacement
+    EXPECT_EQ(store.reallocations, 3);
+}
+
+TEST(AtomStore, SpeciesLookupAndRegistration) {
+    const std::vector<std::string> symbols = {"Fe", "O_", "Fe", "Ti"};
+    EXPECT_EQ(pelix::specie_for_atom("Fe", symbols), 2);  // the later entry wins
+    EXPECT_EQ(pelix::specie_for_atom("O", symbols), -1);
+
+    int32_t numel = 0;
+    std::vector<std::string> registered = {"stale", "entries"};
+    for (const char* sym : {"Fe", "O_", "Fe", "O_", "Ti"})
+        pelix::checking_for_numel(sym, numel, registered);
+    EXPECT_EQ(numel, 3);
+    EXPECT_EQ(registered, std::vector<std::string>({"Fe", "O_", "Ti"}));
+}
+
+TEST(AtomStore, EnergiesCountFreeAtomsAmongTheFirstMylt) {
+    pelix::AtomStore store;
+    store.mass = {2.0, 10.0};
+    store.list = {record(1, 0, 1, 1.0), record(2, 1, 0, 1.0), record(3, 1, -1, 1.0),
+                  record(4, 1, 2, 0.5), record(5, 0, 1, 3.0)};
+    store.pe = {-1.0, -2.0, -4.0, -8.0, -16.0};
+    EXPECT_EQ(pelix::tte(store), 0.0);  // mylt = 0
+
+    store.mylt = 4;  // ke = 0.5 m 6 v^2: 6.0 for atom 1, 7.5 for atom 4, the others are fixed
+    EXPECT_DOUBLE_EQ(pelix::ke(store, store.list[1]), 30.0);
+    EXPECT_DOUBLE_EQ(pelix::tke(store), 13.5);
+    EXPECT_DOUBLE_EQ(pelix::tpe(store), -15.0);
+    EXPECT_DOUBLE_EQ(pelix::tte(store), -1.5);
+}
+
+TEST(ForceFieldState, DuplicationReusesMatchingArraysAndReplacesOthers) {
+    pelix::ForceFieldState ff;
+    std::vector<pelix::AtomRecord> records = {record(1, 0, 1), record(2, 1, 0), record(3, 2, -3)};
+    pelix::duplication_of_atom_vars(ff, 3, records);
+    EXPECT_EQ(ff.idnum, std::vector<int32_t>({1, 2, 3}));
+    EXPECT_EQ(ff.specie, std::vector<int32_t>({0, 1, 2}));
+    EXPECT_EQ(ff.latyp, std::vector<int32_t>({1, 0, -3}));
+    EXPECT_EQ(ff.ry, std::vector<double>({2.0, 4.0, 6.0}));
+    EXPECT_EQ(ff.charg, std::vector<double>({-0.5, -1.0, -1.5}));
+
+    const double* rx_storage = ff.rx.data();
+    records[0].x = 42.0;
+    pelix::duplication_of_atom_vars(ff, 3, records);
+    EXPECT_EQ(ff.rx.data(), rx_storage);
+    EXPECT_EQ(ff.rx[0], 42.0);
+
+    pelix::duplication_of_atom_vars(ff, 2, records);
+    for (std::size_t size : {ff.idnum.size(), ff.rx.size(), ff.ry.size(), ff.rz.size(),
+                             ff.charg.size(), ff.specie.size(), ff.latyp.size()})
+        EXPECT_EQ(size, 2u);
+    EXPECT_EQ(ff.rz, std::vector<double>({3.0, 6.0}));
+}
+
+TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
+    pelix::ForceFieldState empty;
+    pelix::potfor_comvar_finalise(empty);
+    EXPECT_FALSE(empty.copies_allocated);
+
+    pelix::ForceFieldState ff;
+    pelix::duplication_of_atom_vars(ff, 2, {record(1, 0, 1), record(2, 0, 1)});
+    ff.fx = ff.fy = ff.fz = ff.dpmtagathermax = ff.dpmtagathermin = {1.0, 2.0};
+    ff.nebpnt = ff.nebour = ff.pbctyp = ff.bonds.neb = ff.bonds.datum = {0, 1};
+    ff.bonds.bndlen = ff.bonds.cutfcn = {2.5};
+    ff.potnum.assign(2, 1);
+    ff.zbl_c = {0.5};
+
+    pelix::potfor_comvar_finalise(ff);
+    EXPECT_FALSE(ff.copies_allocated);
+    EXPECT_EQ(ff.potnum.data.capacity() + ff.idnum.capacity() + ff.rx.capacity() +
+                  ff.latyp.capacity() + ff.fx.capacity() + ff.fz.capacity() + ff.nebpnt.capacity() +
+                  ff.nebour.capacity() + ff.pbctyp.capacity() + ff.bonds.neb.capacity() +
+                  ff.bonds.cutfcn.capacity() + ff.bonds.datum.capacity() +
+                  ff.dpmtagathermin.capacity(),
+              0u);
+    EXPECT_EQ(ff.zbl_c, std::vector<double>({0.5}));  // set-up data, not per-call
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+"""Shared helpers for the module tests.
+
+The engine keeps process-wide state (the run configuration and "potfor.IN" are read once
+per process), so every test that makes force calls runs them in a fresh interpreter whose
+working directory holds that test's input files.
+"""
+
+from __future__ import annotations
+
+import subprocess
+import sys
+import textwrap
+from pathlib import Path
+
+import pytest
+
+from pelix.inputs import write_inputs
+
+PREAMBLE = textwrap.dedent(
+    """
+    import numpy as np
+    import PELIXInterface as P
+
+    def arrays(natoms, images=1):
+        return dict(
+            force=np.zeros(3 * natoms * images),
+            kearray=np.zeros(natoms),
+            pearray=np.zeros(natoms),
+        )
+
+    def call(species, specie, pos, box, charge=None, calc=(), main=(), image=-1, **kw):
+        specie = np.asarray(specie, dtype=np.int32)
+        out = kw.pop("out", None) or arrays(len(specie), len(pos) // (3 * len(specie)))
+        if charge is None:
+            charge = np.zeros(len(specie))
+        result = P.calcforce(image, species, specie, np.asarray(pos, dtype=float), charge,
+                             out["force"], out["kearray"], out["pearray"], box[0], box[1],
+                             box[2], np.asarray(calc, dtype=np.int32),
+                             np.asarray(main, dtype=np.int32), **kw)
+        return result, out
+    """
+)
+
+
+class Workdir:
+    def __init__(self, path: Path):
+        self.path = path
+
+    def write(self, name: str, text: str) -> None:
+        (self.path / name).write_text(text)
+
+    def run(self, code: str) -> subprocess.CompletedProcess:
+        script = PREAMBLE + textwrap.dedent(code)
+        return subprocess.run(
+            [sys.executable, "-c", script],
+            cwd=self.path,
+            capture_output=True,
+            text=True,
+            timeout=120,
+        )
+
+    def ok(self, code: str) -> str:
+        done = self.run(code)
+        assert done.returncode == 0, done.stdout + done.stderr
+        return done.stdout
+
+
+@pytest.fixture
+def workdir(tmp_path):
+    """A directory with a periodic run configuration, no slabs and ZERO for Fe."""
+    write_inputs(tmp_path, pairs=[("Fe", "Fe", "ZERO")], pbc=(1, 1, 1))
+    return Workdir(tmp_path)
