@@ -173,7 +173,7 @@ const char* kind_description(ListTarget::Kind kind) {
         case ListTarget::Kind::Real:
             return "a real number";
         case ListTarget::Kind::Logical:
-            return "a logical value (T or F)";
+            return "a logical value T or F";
         case ListTarget::Kind::Character:
             return "a character value";
     }

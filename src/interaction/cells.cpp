@@ -1,7 +1,10 @@
 #include "interaction/cells.hpp"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <string>
 
 #include "common/fatal_error.hpp"
 #include "common/list_output.hpp"
@@ -115,14 +118,30 @@ void bin_atoms_for_flags(Engine& engine) {
     const bool pz = engine.config.pbcz == 1;
     const int choice = (px ? 4 : 0) + (py ? 2 : 0) + (pz ? 1 : 0);
     switch (choice) {
-        case 0: bin_atoms<Fold, false, false, false>(engine); break;
-        case 1: bin_atoms<Fold, false, false, true>(engine); break;
-        case 2: bin_atoms<Fold, false, true, false>(engine); break;
-        case 3: bin_atoms<Fold, false, true, true>(engine); break;
-        case 4: bin_atoms<Fold, true, false, false>(engine); break;
-        case 5: bin_atoms<Fold, true, false, true>(engine); break;
-        case 6: bin_atoms<Fold, true, true, false>(engine); break;
-        default: bin_atoms<Fold, true, true, true>(engine); break;
+        case 0:
+            bin_atoms<Fold, false, false, false>(engine);
+            break;
+        case 1:
+            bin_atoms<Fold, false, false, true>(engine);
+            break;
+        case 2:
+            bin_atoms<Fold, false, true, false>(engine);
+            break;
+        case 3:
+            bin_atoms<Fold, false, true, true>(engine);
+            break;
+        case 4:
+            bin_atoms<Fold, true, false, false>(engine);
+            break;
+        case 5:
+            bin_atoms<Fold, true, false, true>(engine);
+            break;
+        case 6:
+            bin_atoms<Fold, true, true, false>(engine);
+            break;
+        default:
+            bin_atoms<Fold, true, true, true>(engine);
+            break;
     }
 }
 
@@ -206,9 +225,9 @@ void setup_pbc_offsets(Engine& engine) {
 void build_nebour_list(Engine& engine) {
     std::fill(engine.cells.celhead.begin(), engine.cells.celhead.end(), -1);
     if (engine.registry.pot_numprocs != 1) {
-        fatal_stop({" BUILD_NEBOUR_LIST: POT_NUMPROCS = " +
-                    std::to_string(engine.registry.pot_numprocs) +
-                    ": only a single process is supported"});
+        fatal_stop(
+            {" BUILD_NEBOUR_LIST: POT_NUMPROCS = " + std::to_string(engine.registry.pot_numprocs) +
+             ": only a single process is supported"});
     }
     if (engine.ff.pbcflag == 1)
         cell_list(engine);

@@ -71,9 +71,9 @@ void set_fixing_limits(Engine& engine) {
     state.INBOXZMAX = store.lz + skin;
     state.NEWYPOS = 10.0 * store.ly;
     ListLine line;
-    line << "fixing atoms if:" << " rx<" << state.INBOXXMIN << "or rx>" << state.INBOXXMAX
-         << " ry<" << state.INBOXYMIN << "or ry>" << state.INBOXYMAX << " rz<"
-         << state.INBOXZMIN << "or rz>" << state.INBOXZMAX;
+    line << "fixing atoms if:"
+         << " rx<" << state.INBOXXMIN << "or rx>" << state.INBOXXMAX << " ry<" << state.INBOXYMIN
+         << "or ry>" << state.INBOXYMAX << " rz<" << state.INBOXZMIN << "or rz>" << state.INBOXZMAX;
     write_stdout_line(line.str());
     state.UPDATE_FORCE_FIRSTRUN = false;
 }
@@ -84,9 +84,8 @@ void check_atoms_inside_limits(Engine& engine) {
     const ForceFieldState& ff = engine.ff;
     for (int32_t i = 0; i < engine.atoms.mylt; ++i) {
         const double x = ff.rx[i], y = ff.ry[i], z = ff.rz[i];
-        const bool inside = x >= state.INBOXXMIN && x <= state.INBOXXMAX &&
-                            y >= state.INBOXYMIN && y <= state.INBOXYMAX &&
-                            z >= state.INBOXZMIN && z <= state.INBOXZMAX;
+        const bool inside = x >= state.INBOXXMIN && x <= state.INBOXXMAX && y >= state.INBOXYMIN &&
+                            y <= state.INBOXYMAX && z >= state.INBOXZMIN && z <= state.INBOXZMAX;
         if (!inside) {
             ListLine line;
             line << "ATOM OUTSIDE THE FIXING LIMITS:" << ff.idnum[i] << x << y << z;

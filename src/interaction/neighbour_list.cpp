@@ -68,6 +68,71 @@ struct AxisNeighbours {
     }
 };
 
+// Smallest box holding the atoms of a cell; an empty cell has lo = +inf and hi = -inf.
+struct CellBounds {
+    double xlo, xhi, ylo, yhi, zlo, zhi;
+};
+
+// The atoms of every cell copied next to one another in chain order (higher index first),
+// with their positions and species, so that the search reads each neighbouring cell as one
+// contiguous run instead of chasing the chain through the whole atom arrays; and the box
+// around each cell's atoms, so that a cell that lies wholly out of range is passed over.
+struct PackedCells {
+    std::vector<int32_t> start;  // run of cell c: start[c] .. start[c+1]-1
+    std::vector<int32_t> atom;
+    std::vector<double> x, y, z;
+    std::vector<int32_t> specie;
+    std::vector<CellBounds> bounds;
+
+    PackedCells(const CellGrid& grid, const ForceFieldState& ff)
+        : start(static_cast<std::size_t>(std::max<int64_t>(grid.mxyz, 0)) + 1, 0) {
+        const std::size_t cells = start.size() - 1;
+        const std::size_t filled = std::min(cells, grid.celhead.size());
+        const std::size_t atoms = grid.celatm.size();
+        atom.reserve(atoms);
+        x.reserve(atoms);
+        y.reserve(atoms);
+        z.reserve(atoms);
+        specie.reserve(atoms);
+        constexpr double inf = std::numeric_limits<double>::infinity();
+        bounds.assign(cells, {inf, -inf, inf, -inf, inf, -inf});
+        for (std::size_t c = 0; c < cells; ++c) {
+            start[c] = static_cast<int32_t>(atom.size());
+            if (c >= filled)
+                continue;
+            CellBounds& b = bounds[c];
+            for (int32_t j = grid.celhead[c]; j >= 0; j = grid.celatm[j]) {
+                b = {std::min(b.xlo, ff.rx[j]), std::max(b.xhi, ff.rx[j]),
+                     std::min(b.ylo, ff.ry[j]), std::max(b.yhi, ff.ry[j]),
+                     std::min(b.zlo, ff.rz[j]), std::max(b.zhi, ff.rz[j])};
+                atom.push_back(j);
+                x.push_back(ff.rx[j]);
+                y.push_back(ff.ry[j]);
+                z.push_back(ff.rz[j]);
+                specie.push_back(ff.specie[j]);
+            }
+        }
+        start[cells] = static_cast<int32_t>(atom.size());
+    }
+};
+
+// Distance along one axis from the coordinate c to the span [lo - o, hi - o] of a shifted cell,
+// worked out with the same subtractions as the pair vectors: since rounding is monotonic, no
+// atom of the cell is nearer along that axis than the value returned.
+inline double gap_to_span(double c, double lo, double hi, double o) {
+    return std::max(0.0, std::max((lo - o) - c, c - (hi - o)));
+}
+
+// Makes room for at least `needed` slots in the list arrays (doubling, to keep the number of
+// moves small) and returns the new size.
+int64_t grow_list(ForceFieldState& ff, int64_t needed) {
+    const auto size = static_cast<std::size_t>(
+        std::max<int64_t>(needed, 2 * static_cast<int64_t>(ff.nebour.size())));
+    ff.nebour.resize(size);
+    ff.pbctyp.resize(size);
+    return static_cast<int64_t>(size);
+}
+
 // Weights of the shifts sx, sy, sz in the image code, matching the offset table: 9, 1, 3 with
 // three periodic axes; 3 for the first and 1 for the second of two; 1 for a single one.
 std::array<int32_t, 3> image_code_weights(const bool periodic[3]) {
@@ -142,8 +207,7 @@ void setup_nebour_parameters(Engine& engine, double& range) {
 
     // Deliberately lenient: a bad flag passes as long as one of the three is 0 or 1.
     const RunConfig& config = engine.config;
-    if (!is_flag_value(config.pbcx) && !is_flag_value(config.pbcy) &&
-        !is_flag_value(config.pbcz))
+    if (!is_flag_value(config.pbcx) && !is_flag_value(config.pbcy) && !is_flag_value(config.pbcz))
         nrerror("SETUP_NEBOUR_PARAMETERS: WRONG VALUE FOR PBC");
     grid.neb_pbcx = config.pbcx;
     grid.neb_pbcy = config.pbcy;
@@ -204,26 +268,38 @@ void nebour_list(Engine& engine) {
     const int64_t limit =
         std::min<int64_t>(engine.neighbours.nlstmx, std::numeric_limits<int32_t>::max());
     ff.nebpnt.assign(static_cast<std::size_t>(mylt) + 1, 0);
-    ff.nebour.clear();
-    ff.pbctyp.clear();
-    const std::size_t guess = expected_entries(engine, limit);
-    ff.nebour.reserve(guess);
-    ff.pbctyp.reserve(guess);
+    // Every candidate is written to the next free slot and kept only when it is within
+    // range, so the arrays always have one slot more than the entries kept.
+    ff.nebour.resize(std::max<std::size_t>(expected_entries(engine, limit), 64));
+    ff.pbctyp.resize(ff.nebour.size());
+    int32_t* nebour = ff.nebour.data();
+    int32_t* pbctyp = ff.pbctyp.data();
+    int64_t capacity = static_cast<int64_t>(ff.nebour.size());
+    int64_t written = 0;
 
-    const double* rx = ff.rx.data();
-    const double* ry = ff.ry.data();
-    const double* rz = ff.rz.data();
-    const int32_t* specie = ff.specie.data();
-    const int32_t* celhead = grid.celhead.data();
-    const int32_t* celatm = grid.celatm.data();
+    const PackedCells packed(grid, ff);
+    const int32_t* start = packed.start.data();
+    const int32_t* atom = packed.atom.data();
+    const double* px = packed.x.data();
+    const double* py = packed.y.data();
+    const double* pz = packed.z.data();
+    const int32_t* pspecie = packed.specie.data();
+    const CellBounds* bounds = packed.bounds.data();
     const SpeciesMatrix<double>& radus2 = engine.neighbours.radus2;
     const int64_t my = grid.my, mz = grid.mz, mxyz = grid.mxyz;
-    int64_t written = 0;
+    // Per species: the largest squared radius to any species.
+    std::vector<double> reach2(static_cast<std::size_t>(radus2.n), 0.0);
+    for (int32_t a = 0; a < radus2.n; ++a) {
+        for (int32_t b = 0; b < radus2.n; ++b)
+            reach2[static_cast<std::size_t>(a)] =
+                std::max(reach2[static_cast<std::size_t>(a)], radus2(a, b));
+    }
 
     for (int32_t i = 0; i < mylt; ++i) {
         ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(written);
-        const double xi = rx[i], yi = ry[i], zi = rz[i];
-        const double* cutoff2 = &radus2(specie[i], 0);
+        const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
+        const double* cutoff2 = &radus2(ff.specie[i], 0);
+        const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
         const int32_t cx = home_cell(xi, grid.neb_westlim, grid.wx, grid.mx);
         const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);
         const int32_t cz = home_cell(zi, grid.neb_southlim, grid.wz, grid.mz);
@@ -237,25 +313,37 @@ void nebour_list(Engine& engine) {
                         nrerror("NEBOUR_LIST: MNEB > MXYZ");
                     const int32_t image = sx->code + sy->code + sz->code;
                     const double ox = sx->offset, oy = sy->offset, oz = sz->offset;
-                    for (int32_t j = celhead[cell]; j >= 0; j = celatm[j]) {
-                        if (j == i)
-                            continue;
-                        const double dx = rx[j] - ox - xi;
-                        const double dy = ry[j] - oy - yi;
-                        const double dz = rz[j] - oz - zi;
-                        if (dx * dx + dy * dy + dz * dz < cutoff2[specie[j]]) {
-                            if (written >= limit)
-                                nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
-                            ff.nebour.push_back(j);
-                            ff.pbctyp.push_back(image);
-                            ++written;
-                        }
+                    const CellBounds& b = bounds[cell];
+                    const double gx = gap_to_span(xi, b.xlo, b.xhi, ox);
+                    const double gy = gap_to_span(yi, b.ylo, b.yhi, oy);
+                    const double gz = gap_to_span(zi, b.zlo, b.zhi, oz);
+                    if (gx * gx + gy * gy + gz * gz >= reach2_i)
+                        continue;
+                    const int32_t first = start[cell], end = start[cell + 1];
+                    if (written + (end - first) >= capacity) {
+                        capacity = grow_list(ff, written + (end - first) + 1);
+                        nebour = ff.nebour.data();
+                        pbctyp = ff.pbctyp.data();
                     }
+                    for (int32_t k = first; k < end; ++k) {
+                        const int32_t j = atom[k];
+                        const double dx = px[k] - ox - xi;
+                        const double dy = py[k] - oy - yi;
+                        const double dz = pz[k] - oz - zi;
+                        const bool within = dx * dx + dy * dy + dz * dz < cutoff2[pspecie[k]];
+                        nebour[written] = j;
+                        pbctyp[written] = image;
+                        written += (within && j != i) ? 1 : 0;
+                    }
+                    if (written > limit)
+                        nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
                 }
             }
         }
     }
     ff.nebpnt[static_cast<std::size_t>(mylt)] = static_cast<int32_t>(written);
+    ff.nebour.resize(static_cast<std::size_t>(written));
+    ff.pbctyp.resize(static_cast<std::size_t>(written));
 }
 
 }  // namespace pelix

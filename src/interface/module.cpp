@@ -377,11 +377,12 @@ bool size_argument(int32_t* value, PyObject* obj, npy_intp default_value, const 
     if (!int_from_pyobj(value, obj, convert_msg))
         return false;
     if (!(default_value >= *value)) {
-        char text[256];
-        char report[256];
+        char report[64];
         std::snprintf(report, sizeof report, report_format, *value);
-        std::snprintf(text, sizeof text, "%s: %s", check_text, report);
-        PyErr_SetString(module_error, text);
+        std::string text = std::string(check_text) + ": " + report;
+        if (text.size() > 255)
+            text.resize(255);
+        PyErr_SetString(module_error, text.c_str());
         return false;
     }
     return true;

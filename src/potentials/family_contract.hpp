@@ -33,8 +33,8 @@
 namespace pelix {
 
 template <class Family>
-concept PotentialFamily = requires(Family& family, const Family& cfamily, Engine& engine,
-                                   int32_t k, double r, double& f) {
+concept PotentialFamily = requires(Family& family, const Family& cfamily, Engine& engine, int32_t k,
+                                   double r, double& f) {
     { Family::overflow_message } -> std::convertible_to<std::string_view>;
     { Family::bond_capacity } -> std::convertible_to<double>;
     { Family::safety_factor } -> std::convertible_to<double>;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "config/lattice.hpp"
 #include "scratch_dir.hpp"
 
@@ -9,10 +11,11 @@ namespace {
 using test_support::input_error_text;
 using test_support::ScratchDir;
 
-void expect_slab(const LatticeConstraint& slab, int32_t type, double lo, double hi) {
-    EXPECT_EQ(slab.type, type);
-    EXPECT_DOUBLE_EQ(slab.lo, lo);
-    EXPECT_DOUBLE_EQ(slab.hi, hi);
+std::vector<double> type_lo_hi(const std::vector<LatticeConstraint>& slabs) {
+    std::vector<double> flat;
+    for (const auto& s : slabs)
+        flat.insert(flat.end(), {double(s.type), s.lo, s.hi});
+    return flat;
 }
 
 TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
@@ -21,28 +24,18 @@ TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
     lc.zlat_constrain.resize(5);  // a previous box's lists are replaced
     get_lattice_constrains(lc, 20.0, 30.0, 40.0,
                            dir.write("lattice.IN",
-                                     "2\n"
-                                     "FX 0.0 5.0\n"
-                                     "DP 5.0 0.0\n"
-                                     "3\n"
-                                     "TH 2.0 29.95 label\n"
-                                     "IM 3.0 4.0\n"
-                                     "fx 1.0 29.8\n"
-                                     "0\n"));
-    ASSERT_EQ(lc.nxlat_constrains(), 2);
-    expect_slab(lc.xlat_constrain[0], 0, -4.0, 5.0);   // starts at the lower face
-    expect_slab(lc.xlat_constrain[1], 1, 15.0, 24.0);  // given from the far face
+                                     "2\nFX 0.0 5.0\nDP 5.0 0.0\n3\nTH 2.0 29.95 label\n"
+                                     "IM 3.0 4.0\nfx 1.0 29.8\n0\n"));
+    // From the lower face: lo - 4; given from the far face: turned round, then hi + 4.
+    EXPECT_EQ(type_lo_hi(lc.xlat_constrain), (std::vector<double>{0, -4, 5, 1, 15, 24}));
+    // Within 0.1 of the upper face: hi + 4; an unknown code keeps the default type 3.
+    const std::vector<double> y = {2, 2, 33.95, 4, 3, 4, 3, 1, 29.8};
     ASSERT_EQ(lc.nylat_constrains(), 3);
-    expect_slab(lc.ylat_constrain[0], 2, 2.0, 33.95);  // ends within 0.1 of the upper face
-    expect_slab(lc.ylat_constrain[1], 4, 3.0, 4.0);
-    expect_slab(lc.ylat_constrain[2], 3, 1.0, 29.8);  // unknown code, default type
+    for (std::size_t k = 0; k < y.size(); ++k)
+        EXPECT_DOUBLE_EQ(type_lo_hi(lc.ylat_constrain)[k], y[k]);
     EXPECT_EQ(lc.nzlat_constrains(), 0);
-}
 
-TEST(Lattice, InputErrors) {
-    ScratchDir dir;
-    LatticeConstraints lc;
-    const std::string missing = dir.path("lattice.IN");
+    const std::string missing = dir.path("none.IN");
     EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, missing); }),
               missing + ": file not found");
     std::string path = dir.write("lattice.IN", "2\nFX 0 5\n");
@@ -51,34 +44,18 @@ TEST(Lattice, InputErrors) {
     path = dir.write("lattice.IN", "0\n1\nFX abc 5\n0\n");
     EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, path); }),
               path + " line 3: expected a real number (lo of y slab 1), found \"abc\"");
-    path = dir.write("lattice.IN", "0\n0\n");
-    EXPECT_NE(input_error_text([&] {
-                  get_lattice_constrains(lc, 1, 1, 1, path);
-              }).find("expected nzlat_constrains, found end of file"),
-              std::string::npos);
 }
 
-struct LatypCase {
-    double x, y, z;
-    int32_t expected;
-};
-
-// Stages one atom per case (ids 1..n) and returns the types get_latyp gives them.
-std::vector<int32_t> latyps(const std::vector<LatypCase>& cases, const LatticeConstraints& lc,
-                            AtomStore store = {}) {
-    store.mylt = static_cast<int32_t>(cases.size());
+// Stages one atom per position (ids 1..n, previous type 7) and returns their lattice types.
+std::vector<int32_t> latyps(const std::vector<std::array<double, 3>>& positions,
+                            const LatticeConstraints& lc, AtomStore store = {}) {
+    store.mylt = static_cast<int32_t>(positions.size());
     if (store.last_lattice_atom == 0) {
         store.first_lattice_atom = 1;
         store.last_lattice_atom = store.mylt;
     }
-    for (std::size_t k = 0; k < cases.size(); ++k) {
-        AtomRecord atom;
-        atom.id = static_cast<int32_t>(k + 1);
-        atom.x = cases[k].x;
-        atom.y = cases[k].y;
-        atom.z = cases[k].z;
-        atom.latyp = 7;
-        store.list.push_back(atom);
+    for (const auto& [x, y, z] : positions) {
+        store.list.push_back({static_cast<int32_t>(store.list.size() + 1), 0, x, y, z, 7});
     }
     get_latyp(store, lc, RunConfig{});
     std::vector<int32_t> types;
@@ -87,54 +64,40 @@ std::vector<int32_t> latyps(const std::vector<LatypCase>& cases, const LatticeCo
     return types;
 }
 
-std::vector<int32_t> expected_types(const std::vector<LatypCase>& cases) {
-    std::vector<int32_t> types;
-    for (const auto& c : cases)
-        types.push_back(c.expected);
-    return types;
-}
-
 TEST(Lattice, TypeAssignmentRules) {
     LatticeConstraints lc;
-    lc.xlat_constrain = {{0, 0.0, 10.0}, {2, 5.0, 10.0}, {1, 20.0, 30.0}};
-    lc.ylat_constrain = {
-        {2, 0.0, 10.0}, {0, 5.0, 10.0}, {0, 20.0, 30.0}, {2, 20.0, 30.0}, {4, 40.0, 50.0}};
-    lc.zlat_constrain = {{0, 0.0, 10.0}, {4, 20.0, 30.0}};
-    const std::vector<LatypCase> cases = {
-        {2.0, 99.0, 99.0, 0},   // x FX
-        {6.0, 99.0, 99.0, 2},   // later x slab wins over an earlier FX
-        {10.0, 99.0, 99.0, 3},  // exactly at hi: in no slab
-        {99.0, 2.0, 99.0, 2},   // y TH claims a free atom
-        {99.0, 6.0, 99.0, 0},   // y TH then y FX
-        {99.0, 25.0, 99.0, 0},  // y FX then y TH
-        {25.0, 45.0, 99.0, 1},  // claimed by x DP: y IM does not override
-        {6.0, 45.0, 99.0, 2},   // claimed by x TH: y IM does not override
-        {6.0, 99.0, 2.0, 0},    // claimed by x TH: z FX fixes it
-        {99.0, 2.0, 25.0, 2},   // claimed by y TH: z IM does not override
-        {99.0, 99.0, 25.0, 4},  // z claims a free atom
+    lc.xlat_constrain = {{0, 0, 10}, {2, 5, 10}, {1, 20, 30}};
+    lc.ylat_constrain = {{2, 0, 10}, {0, 5, 10}, {0, 20, 30}, {2, 20, 30}, {4, 40, 50}};
+    lc.zlat_constrain = {{0, 0, 10}, {4, 20, 30}};
+    const std::vector<std::array<double, 3>> atoms = {
+        {2, 99, 99},   // x FX: 0
+        {6, 99, 99},   // the later x slab wins over an earlier FX: 2
+        {10, 99, 99},  // exactly at hi, in no slab: 3
+        {99, 2, 99},   // y TH claims a free atom: 2
+        {99, 6, 99},   // y TH then y FX: 0
+        {99, 25, 99},  // y FX then y TH: 0
+        {25, 45, 99},  // claimed by x DP, y IM does not override: 1
+        {6, 99, 2},    // claimed by x TH, z FX fixes it: 0
+        {99, 2, 25},   // claimed by y TH, z IM does not override: 2
+        {99, 99, 25},  // z IM claims a free atom: 4
     };
-    EXPECT_EQ(latyps(cases, lc), expected_types(cases));
-    EXPECT_EQ(latyps(cases, LatticeConstraints{}), std::vector<int32_t>(cases.size(), 3));
-}
+    EXPECT_EQ(latyps(atoms, lc), (std::vector<int32_t>{0, 2, 3, 2, 0, 0, 1, 0, 2, 4}));
+    EXPECT_EQ(latyps(atoms, LatticeConstraints{}), std::vector<int32_t>(atoms.size(), 3));
 
-TEST(Lattice, LatticeRangeAndProjectileRule) {
-    LatticeConstraints lc;
-    lc.xlat_constrain = {{0, 0.0, 10.0}};
+    // Atoms 3 and 4 are not lattice atoms; atoms 2 and 3 are projectile atoms.
     AtomStore store;
     store.first_lattice_atom = 1;
-    store.last_lattice_atom = 2;  // atoms 3 and 4 are not lattice atoms
+    store.last_lattice_atom = 2;
     store.first_projectile_atom = 2;
     store.last_projectile_atom = 3;
-    const std::vector<LatypCase> all_fixed(4, {1.0, 1.0, 1.0, 0});
-    // 1: lattice atom; 2: lattice and projectile; 3: projectile only; 4: keeps its type.
-    EXPECT_EQ(latyps(all_fixed, lc, store), (std::vector<int32_t>{0, 3, 3, 7}));
+    const std::vector<std::array<double, 3>> fixed(4, {1, 1, 1});
+    EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 3, 3, 7}));
     store.search_for_pka = true;
-    EXPECT_EQ(latyps(all_fixed, lc, store), (std::vector<int32_t>{0, 0, 7, 7}));
+    EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 0, 7, 7}));
 }
 
 TEST(Lattice, ExtendedLimitsWidenTheRegionBy510) {
     SpatialDecomposition sd;
-    sd.westlim = 0.0;
     sd.eastlim = 10.0;
     sd.downlim = -100.0;
     sd.uplim = 20.0;

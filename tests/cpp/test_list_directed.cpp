@@ -36,45 +36,30 @@ TEST(ListDirected, SeparatorsQuotesAndCharacterWidths) {
     EXPECT_EQ(file.line_number(), 3);
 }
 
+// One read of n integers that start at -1 (kept by null items and after a slash).
+std::vector<int32_t> read_ints(ListDirectedFile& file, std::size_t n) {
+    std::vector<int32_t> values(n, -1);
+    std::vector<ListTarget> targets;
+    for (auto& v : values)
+        targets.push_back(int_item(v, "V"));
+    file.read(targets);
+    return values;
+}
+
 TEST(ListDirected, NullsRepeatsSlashAndContinuation) {
     ScratchDir dir;
-    ListDirectedFile file(dir.write("in.txt",
-                                    "3*7 2*  9\n"
-                                    ",5,,6\n"
-                                    "4 / 99\n"
-                                    "  1\n"
-                                    "\n"
-                                    "2 3 label 4.5\n"
-                                    "2*'x' T\n"
-                                    "10\n"));
-    int32_t v[6] = {-1, -1, -1, -1, -1, -1};
-    auto six = [&v] {
-        std::vector<ListTarget> t;
-        for (int k = 0; k < 6; ++k)
-            t.push_back(int_item(v[k], "V" + std::to_string(k)));
-        return t;
-    };
-    file.read(six());
-    EXPECT_EQ(std::vector<int32_t>(v, v + 6), (std::vector<int32_t>{7, 7, 7, -1, -1, 9}));
-
-    int32_t a = -1, b = -1, c = -1, d = -1;
-    file.read({int_item(a, "A"), int_item(b, "B"), int_item(c, "C"), int_item(d, "D")});
-    EXPECT_EQ(std::vector<int32_t>({a, b, c, d}), (std::vector<int32_t>{-1, 5, -1, 6}));
-
-    a = b = c = -1;
-    file.read({int_item(a, "A"), int_item(b, "B"), int_item(c, "C")});
-    EXPECT_EQ(std::vector<int32_t>({a, b, c}), (std::vector<int32_t>{4, -1, -1}));
-
+    ListDirectedFile file(
+        dir.write("in.txt", "3*7 2*  9\n,5,,6\n4 / 99\n  1\n\n2 3 label 4.5\n2*'x' T\n10\n"));
+    EXPECT_EQ(read_ints(file, 6), (std::vector<int32_t>{7, 7, 7, -1, -1, 9}));
+    EXPECT_EQ(read_ints(file, 4), (std::vector<int32_t>{-1, 5, -1, 6}));
+    EXPECT_EQ(read_ints(file, 3), (std::vector<int32_t>{4, -1, -1}));
     // Three values over three records (one of them empty); the rest of the last is ignored.
-    file.read({int_item(a, "A"), int_item(b, "B"), int_item(c, "C")});
-    EXPECT_EQ(std::vector<int32_t>({a, b, c}), (std::vector<int32_t>{1, 2, 3}));
+    EXPECT_EQ(read_ints(file, 3), (std::vector<int32_t>{1, 2, 3}));
     EXPECT_EQ(file.line_number(), 6);
-
     std::string s1, s2;
     file.read({char_item(s1, 1, "S1"), char_item(s2, 1, "S2")});
     EXPECT_EQ(s1 + s2, "xx");
-    file.read({int_item(a, "A")});
-    EXPECT_EQ(a, 10);
+    EXPECT_EQ(read_ints(file, 1), std::vector<int32_t>{10});
 }
 
 TEST(ListDirected, ValueForms) {
@@ -119,23 +104,28 @@ TEST(ListDirected, ErrorsNameFileLineSettingAndFound) {
     EXPECT_EQ(input_error_text([&] { file.read_raw_line("BGORCT"); }),
               path + " line 3: expected BGORCT, found end of file");
 
-    auto first_read_error = [&dir](const std::string& text, ListTarget target) {
+    const std::string bad = dir.path("bad.txt");
+    auto error_of = [&dir](const std::string& text, ListTarget target) {
         ListDirectedFile f(dir.write("bad.txt", text));
         return input_error_text([&] { f.read({target}); });
     };
     int32_t n = 0;
     bool flag = false;
     std::string s;
-    EXPECT_NE(
-        first_read_error("3.5\n", int_item(n, "N")).find("expected an integer (N), found \"3.5\""),
-        std::string::npos);
-    EXPECT_NE(first_read_error("'5'\n", int_item(n, "N")).find("found \"'5'\""), std::string::npos);
-    EXPECT_NE(first_read_error("maybe\n", logical_item(flag, "FLAG"))
-                  .find("line 1: expected a logical value (T or F) (FLAG), found \"maybe\""),
-              std::string::npos);
-    EXPECT_NE(first_read_error("'open\n", char_item(s, 4, "S")).find("closing quote is missing"),
-              std::string::npos);
-    EXPECT_NE(first_read_error("0*1\n", int_item(n, "N")).find("repeat count"), std::string::npos);
+    EXPECT_EQ(error_of("3.5\n", int_item(n, "N")),
+              bad + " line 1: expected an integer (N), found \"3.5\"");
+    EXPECT_EQ(error_of("\n'5'\n", int_item(n, "N")),
+              bad + " line 2: expected an integer (N), found \"'5'\"");
+    EXPECT_EQ(error_of("maybe\n", logical_item(flag, "F")),
+              bad + " line 1: expected a logical value T or F (F), found \"maybe\"");
+    EXPECT_EQ(error_of("'a''b\n", char_item(s, 4, "S")),
+              bad +
+                  " line 1: expected a character value (S), found \"'a''b\": the closing quote is "
+                  "missing");
+    EXPECT_EQ(error_of("0*1\n", int_item(n, "N")),
+              bad +
+                  " line 1: expected an integer (N), found \"0*1\": a repeat count must be a "
+                  "positive integer");
 
     const std::string missing = dir.path("lattice.IN");
     EXPECT_EQ(input_error_text([&] { ListDirectedFile f(missing); }), missing + ": file not found");

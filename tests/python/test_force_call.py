@@ -46,10 +46,10 @@ def test_lost_atoms_leave_the_caller_arrays_alone(workdir):
         """
     )
     lines = [line.split() for line in out.splitlines()]
-    assert lines[0][:8] == "ATOMS LOST: THIS IS GOING TO SCREW THINGS UP...".split()
-    assert [float(v) for v in lines[0][8:]] == [2.0, 520.0, 2.0, 2.0]
+    assert lines[0][:9] == "ATOMS LOST: THIS IS GOING TO SCREW THINGS UP...".split()
+    assert [float(v) for v in lines[0][9:]] == [2.0, 520.0, 2.0, 2.0]
     assert lines[1] == "PELIXInterface: ERROR: some atoms has been lost".split()
-    assert lines[2][8] == "2" and lines[2][10].lower() == "nan"
+    assert lines[2][9] == "2" and lines[2][11].lower() == "nan"
 
 
 def test_images_and_index_lists(workdir):
@@ -143,4 +143,4 @@ def test_unknown_keyword_stops_the_set_up(workdir):
     done = workdir.run('call("Fe", [0], [1.0, 1.0, 1.0], (10.0, 10.0, 10.0))')
     assert done.returncode == 1
     assert done.stdout.splitlines()[0] == (
-        " nrerror: SETUP_INTERACTION_PARAMETERS: POTLST= meam         is unknown")
+        " nrerror: SETUP_INTERACTION_PARAMETERS: POTLST= " + "meam".ljust(12) + " is unknown")

@@ -179,7 +179,7 @@ def test_small_entry_points(capfd, tmp_path, monkeypatch):
         P.set_pbcs("a", 1, "c")
 
     assert P.get_value("x", 3.0) is None
-    P.get_value(np.array(list(b"energy"), dtype="S1"), 1.0, value_name_len=3)
+    P.get_value(np.array(list("energy"), dtype="S1"), 1.0, value_name_len=3)
     P.get_value("abc", 1.0, -1)
     assert [line.strip() for line in capfd.readouterr().out.splitlines()] == [
         "GET VALUE x", "GET VALUE ene", "GET VALUE"]
