@@ -6,6 +6,7 @@
 
 #include "common/fatal_error.hpp"
 #include "common/fixed_string.hpp"
+#include "common/memory.hpp"
 
 namespace pelix {
 
@@ -20,12 +21,6 @@ std::size_t as_size(int32_t n) {
 // Number of leading entries of a container of `size` entries that a count `n` covers.
 std::size_t leading(int32_t n, std::size_t size) {
     return std::min(as_size(n), size);
-}
-
-// Gives the array's memory back. (Assigning an empty brace list would keep the capacity.)
-template <class T>
-void release(std::vector<T>& array) {
-    std::vector<T>().swap(array);
 }
 
 }  // namespace
@@ -49,12 +44,12 @@ void reallocate_atom_array(AtomStore& store, int32_t n) {
 }
 
 void free_atom_list_and_species(AtomStore& store) {
-    release(store.list);
+    release_memory(store.list);
     store.list_allocated = false;
-    release(store.symbol);
-    release(store.anum);
-    release(store.mass);
-    release(store.atmrad);
+    release_memory(store.symbol);
+    release_memory(store.anum);
+    release_memory(store.mass);
+    release_memory(store.atmrad);
 }
 
 int32_t specie_for_atom(const std::string& sym, const std::vector<std::string>& symbols) {

@@ -2,17 +2,9 @@
 
 #include <algorithm>
 
+#include "common/memory.hpp"
+
 namespace pelix {
-
-namespace {
-
-// Gives the array's memory back. (Assigning an empty brace list would keep the capacity.)
-template <class T>
-void release(std::vector<T>& array) {
-    std::vector<T>().swap(array);
-}
-
-}  // namespace
 
 void duplication_of_atom_vars(ForceFieldState& ff, int32_t n,
                               const std::vector<AtomRecord>& records) {
@@ -42,24 +34,24 @@ void duplication_of_atom_vars(ForceFieldState& ff, int32_t n,
 }
 
 void potfor_comvar_finalise(ForceFieldState& ff) {
-    release(ff.nebpnt);
-    release(ff.nebour);
-    release(ff.pbctyp);
+    release_memory(ff.nebpnt);
+    release_memory(ff.nebour);
+    release_memory(ff.pbctyp);
     ff.potnum = SpeciesMatrix<int32_t>{};  // drops the table and its memory
-    release(ff.idnum);
-    release(ff.rx);
-    release(ff.ry);
-    release(ff.rz);
-    release(ff.charg);
-    release(ff.specie);
-    release(ff.latyp);
+    release_memory(ff.idnum);
+    release_memory(ff.rx);
+    release_memory(ff.ry);
+    release_memory(ff.rz);
+    release_memory(ff.charg);
+    release_memory(ff.specie);
+    release_memory(ff.latyp);
     ff.copies_allocated = false;
-    release(ff.fx);
-    release(ff.fy);
-    release(ff.fz);
+    release_memory(ff.fx);
+    release_memory(ff.fy);
+    release_memory(ff.fz);
     ff.bonds.release();
-    release(ff.dpmtagathermax);
-    release(ff.dpmtagathermin);
+    release_memory(ff.dpmtagathermax);
+    release_memory(ff.dpmtagathermin);
 }
 
 }  // namespace pelix

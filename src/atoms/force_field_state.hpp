@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "atoms/atom_store.hpp"
+#include "common/memory.hpp"
 
 namespace pelix {
 
@@ -27,7 +28,7 @@ struct SpeciesMatrix {
     bool allocated() const { return n > 0; }
     void release() {
         n = 0;
-        data = {};
+        release_memory(data);
     }
 };
 
@@ -83,9 +84,6 @@ struct ForceFieldState {
     int32_t pbcflag = 1;  // 1 selects the folding cell list
 
     BondList bonds;
-
-    // ZBL screening coefficients shared by the families joined to ZBL.
-    std::vector<double> zbl_c, zbl_d;
 
     // Box of the multipole tree.
     double v1x = 0, v1y = 0, v1z = 0, v2x = 0, v2y = 0, v2z = 0, v3x = 0, v3y = 0, v3z = 0;

@@ -6,6 +6,7 @@
 #include "common/fatal_error.hpp"
 #include "common/fixed_string.hpp"
 #include "common/list_output.hpp"
+#include "common/memory.hpp"
 #include "electrostatics/electrostatics.hpp"
 #include "engine/engine.hpp"
 #include "interaction/cells.hpp"
@@ -26,15 +27,15 @@ void allocate_list_arrays(Engine& engine, int32_t n) {
     engine.neighbours.nlstmx = kNeighboursPerAtomLimit * n;
     engine.cells.celatm.assign(as_size(n), -1);
     engine.ff.nebpnt.assign(as_size(n) + 1, 0);
-    engine.ff.nebour = {};
-    engine.ff.pbctyp = {};
+    release_memory(engine.ff.nebour);
+    release_memory(engine.ff.pbctyp);
 }
 
 void release_list_arrays(Engine& engine) {
-    engine.cells.celatm = {};
-    engine.ff.nebpnt = {};
-    engine.ff.nebour = {};
-    engine.ff.pbctyp = {};
+    release_memory(engine.cells.celatm);
+    release_memory(engine.ff.nebpnt);
+    release_memory(engine.ff.nebour);
+    release_memory(engine.ff.pbctyp);
 }
 
 // Clears the result arrays, then lets the electrostatics and every potential add into them.

@@ -6,6 +6,7 @@
 #include "common/fatal_error.hpp"
 #include "common/fixed_string.hpp"
 #include "common/list_directed.hpp"
+#include "common/memory.hpp"
 #include "electrostatics/electrostatics.hpp"
 #include "engine/engine.hpp"
 
@@ -186,16 +187,16 @@ double sd_cutoff_distance(Engine& engine, const std::vector<int32_t>& anum, int3
 
 void potfor_finalise(Engine& engine) {
     PotentialRegistry& registry = engine.registry;
-    registry.pot_symbol = {};
+    release_memory(registry.pot_symbol);
     registry.potype.release();
-    registry.potlst = {};
+    release_memory(registry.potlst);
     registry.allocated = false;
     engine.ff.potnum.release();
-    engine.cells.celhead = {};
-    engine.cells.celatm = {};
+    release_memory(engine.cells.celhead);
+    release_memory(engine.cells.celatm);
     engine.neighbours.radius.release();
     engine.neighbours.radus2.release();
-    engine.atoms.pe = {};
+    release_memory(engine.atoms.pe);
 }
 
 }  // namespace pelix

@@ -7,6 +7,7 @@
 #include "atoms/elements.hpp"
 #include "common/fatal_error.hpp"
 #include "common/list_output.hpp"
+#include "common/memory.hpp"
 #include "config/lattice.hpp"
 #include "config/run_config.hpp"
 #include "engine/engine.hpp"
@@ -38,7 +39,7 @@ struct ForceCallCleanup {
     Engine& engine;
     ~ForceCallCleanup() {
         free_atom_list_and_species(engine.atoms);
-        engine.triangle_layer.tlayttriaatoms = {};
+        release_memory(engine.triangle_layer.tlayttriaatoms);
         engine.triangle_layer.tlayttriacnt = 0;
         potfor_finalise(engine);
         potfor_comvar_finalise(engine.ff);

@@ -104,7 +104,6 @@ TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
     ff.nebpnt = ff.nebour = ff.pbctyp = ff.bonds.neb = ff.bonds.datum = {0, 1};
     ff.bonds.bndlen = ff.bonds.cutfcn = {2.5};
     ff.potnum.assign(2, 1);
-    ff.zbl_c = {0.5};
 
     pelix::potfor_comvar_finalise(ff);
     EXPECT_FALSE(ff.copies_allocated);
@@ -114,7 +113,6 @@ TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
                   ff.bonds.cutfcn.capacity() + ff.bonds.datum.capacity() +
                   ff.dpmtagathermin.capacity(),
               0u);
-    EXPECT_EQ(ff.zbl_c, std::vector<double>({0.5}));  // set-up data, not per-call
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,9 @@ namespace fs = std::filesystem;
 // Pushes every atom along +x with a force that the test chooses, and gives each 0.25 eV.
 std::vector<double> push_forces;
 void push_setup(pelix::Engine&, int32_t) {}
-double push_cutoff(pelix::Engine&, int32_t, int32_t) { return 1.0; }
+double push_cutoff(pelix::Engine&, int32_t, int32_t) {
+    return 1.0;
+}
 void push_evaluate(pelix::Engine& engine) {
     for (int32_t i = 0; i < engine.atoms.mylt; ++i) {
         engine.ff.fx[i] += push_forces[static_cast<std::size_t>(i)];
@@ -30,24 +33,25 @@ constexpr pelix::FamilyOps kPush{push_setup, push_cutoff, push_evaluate};
 constexpr std::array<pelix::KeywordRow, 1> kPushTable{{{"PUSH", "push", &kPush}}};
 
 std::string pelix_in(int pbc) {
-    std::string text = "BEGIN\nEQUIL\nCOLLI\nTEST01\n";
-    text += " " + std::to_string(pbc) + " " + std::to_string(pbc) + " " + std::to_string(pbc) +
-            "\n";
-    const char* rest[] = {"1.0", "1.0", "1.0", "0", "0.0", "0.0", "0.0", "NO_THERMOSTAT",
+    std::ostringstream text;
+    text << "BEGIN\nEQUIL\nCOLLI\nTEST01\n " << pbc << ' ' << pbc << ' ' << pbc << '\n';
+    const char* rest[] = {"1.0", "1.0", "1.0", "0",   "0.0", "0.0", "0.0", "NO_THERMOSTAT",
                           "0.0", "0.0", "1.0", "1.0", "F",   "F",   "F",   "1.0",
                           "1",   "F",   "F",   "F",   "F",   "F",   "2.0", "F",
                           "0.0", "0.0", "F",   "F",   "F"};
-    for (const char* value : rest) text += std::string(" ") + value + "\n";
-    return text;
+    for (const char* value : rest)
+        text << ' ' << value << '\n';
+    return text.str();
 }
 
 class DriverTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         previous_ = fs::current_path();
-        dir_ = fs::temp_directory_path() /
-               ("pelix-driver-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        dir_ =
+            fs::temp_directory_path() /
+            ("pelix-driver-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+             "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::create_directories(dir_);
         fs::current_path(dir_);
         write("pelix.IN", pelix_in(1));
