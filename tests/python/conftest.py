@@ -38,6 +38,25 @@ PREAMBLE = textwrap.dedent(
                              box[2], np.asarray(calc, dtype=np.int32),
                              np.asarray(main, dtype=np.int32), **kw)
         return result, out
+
+    def energy(species, specie, pos, box, **kw):
+        return call(species, specie, pos, box, **kw)[0][0]
+
+    def fd_force_error(species, specie, pos, box, h=1e-5, **kw):
+        """Largest difference between the returned forces and minus the central finite
+        difference of the total energy, relative to the largest force."""
+        pos = np.array(pos, dtype=float)
+        result, out = call(species, specie, pos, box, **kw)
+        assert result[3] == 0, result
+        numeric = np.zeros_like(pos)
+        for k in range(pos.size):
+            plus, minus = pos.copy(), pos.copy()
+            plus[k] += h
+            minus[k] -= h
+            numeric[k] = -(energy(species, specie, plus, box, **kw)
+                           - energy(species, specie, minus, box, **kw)) / (2 * h)
+        scale = max(np.abs(out["force"]).max(), 1e-12)
+        return np.abs(out["force"] - numeric).max() / scale
     """
 )
 
