@@ -43,8 +43,8 @@ PREAMBLE = textwrap.dedent(
         return call(species, specie, pos, box, **kw)[0][0]
 
     def fd_force_error(species, specie, pos, box, h=1e-5, **kw):
-        """Largest difference between the returned forces and minus the central finite
-        difference of the total energy, relative to the largest force."""
+        # Largest difference between the returned forces and minus the central finite
+        # difference of the total energy, relative to the largest force.
         pos = np.array(pos, dtype=float)
         result, out = call(species, specie, pos, box, **kw)
         assert result[3] == 0, result
