@@ -1,0 +1,184 @@
+"""Whole force calls with the carbon-metal screened repulsion "ZBLPOTL" between iron, carbon
+and oxygen (Fe-C, O-C, Fe-O), "ZERO" for the like pairs."""
+
+import json
+import math
+
+import numpy as np
+import pytest
+
+from pelix.inputs import pelix_in_text, potfor_in_text
+
+SPECIES = "FeC_O_"
+Z = (26, 6, 8)
+# Inner and outer radius of the taper per unordered species pair.
+RADII = {(0, 1): (3.3795, 3.59), (1, 2): (3.0, 4.0), (0, 2): (3.0, 4.0)}
+PAIRS = [("Fe", "C_", "ZBLPOTL"), ("O_", "C_", "ZBLPOTL"), ("Fe", "O_", "ZBLPOTL"),
+         ("Fe", "Fe", "ZERO"), ("C_", "C_", "ZERO"), ("O_", "O_", "ZERO")]
+C = (0.02817, 0.2802, 0.5099, 0.1818)
+D = (0.2016, 0.4029, 0.9423, 3.2)
+
+
+def pair_energy_and_force(z1, z2, conrl, conrh, r):
+    """Tapered screened repulsion E(r) and F = -dE/dr."""
+    a = 0.88534 * 0.53 / (z1 ** 0.23 + z2 ** 0.23)
+    terms = [c * z1 * z2 * 14.399652003564425 * math.exp(-d * r / a) for c, d in zip(C, D)]
+    s = sum(terms)
+    ds = sum(-d / a * t for d, t in zip(D, terms))
+    v0, dv0 = s / r, ds / r - s / r ** 2
+    fc, dfc = 1.0, 0.0
+    if r >= conrl:
+        w = conrh - conrl
+        theta = math.pi * (r - conrl) / w
+        fc, dfc = 0.5 * (math.cos(theta) + 1.0), -0.5 * math.pi / w * math.sin(theta)
+    return v0 * fc, -(dv0 * fc + v0 * dfc)
+
+
+def expected(specie, pos, box, periodic):
+    """Total energy, per-atom energies and forces summed pair by pair (nearest image)."""
+    pos = np.asarray(pos, dtype=float).reshape(-1, 3)
+    n = len(pos)
+    pe, force = np.zeros(n), np.zeros((n, 3))
+    for i in range(n):
+        for j in range(i + 1, n):
+            key = tuple(sorted((specie[i], specie[j])))
+            if key not in RADII:
+                continue
+            d = pos[j] - pos[i]
+            if periodic:
+                d -= np.asarray(box) * np.round(d / np.asarray(box))
+            r = float(np.linalg.norm(d))
+            conrl, conrh = RADII[key]
+            if r >= conrh:
+                continue
+            e, f = pair_energy_and_force(Z[specie[i]], Z[specie[j]], conrl, conrh, r)
+            pe[i] += 0.5 * e
+            pe[j] += 0.5 * e
+            force[j] += f * d / r
+            force[i] -= f * d / r
+    return pe.sum(), pe, force.ravel()
+
+
+def use_box(workdir, periodic):
+    flag = 1 if periodic else 0
+    workdir.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
+    workdir.write("potfor.IN", potfor_in_text(PAIRS))
+
+
+def run_calls(workdir, configurations, box):
+    """Energies, per-atom energies and forces of several configurations, one process."""
+    text = workdir.ok(
+        f"""
+        import json
+        results = []
+        for specie, pos in {json.dumps(configurations)}:
+            result, out = call({SPECIES!r}, specie, pos, {tuple(box)!r})
+            assert result[3] == 0, result
+            results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
+        print(json.dumps(results))
+        """
+    )
+    return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
+
+
+def random_cluster(seed, n, box, min_distance=1.1, periodic=True):
+    rng = np.random.default_rng(seed)
+    pos = []
+    while len(pos) < n:
+        p = rng.uniform(0.0, box)
+        ok = True
+        for q in pos:
+            d = p - q
+            if periodic:
+                d -= box * np.round(d / box)
+            ok = ok and np.linalg.norm(d) > min_distance
+        if ok:
+            pos.append(p)
+    specie = rng.integers(0, 3, n).tolist()
+    return specie, np.array(pos).ravel().tolist()
+
+
+# Fe near a corner; in the periodic box C 2 A away across the x faces (full repulsion), O 3.5 A
+# away across the y faces (taper), O 2.35 A away across the z faces; in both boxes C 3.45 A
+# away along z (Fe-C taper), O-C at 3.2 A (taper), and a C-C pair at 1 A left to "ZERO".
+HAND_PLACED = (
+    [0, 1, 2, 1, 1, 2],
+    [0.5, 0.5, 0.5,
+     7.5, 0.5, 0.5,
+     0.5, 6.0, 0.5,
+     0.5, 0.5, 3.95,
+     7.5, 1.5, 0.5,
+     0.5, 0.5, 7.15],
+)
+
+
+@pytest.mark.parametrize("periodic", [False, True])
+def test_energies_and_forces_follow_the_pair_formula(workdir, periodic):
+    box = (9.0, 9.0, 9.0)
+    use_box(workdir, periodic)
+    specie, pos = HAND_PLACED
+    [(energy, pe, force)] = run_calls(workdir, [HAND_PLACED], box)
+    total, pe_ref, force_ref = expected(specie, pos, box, periodic)
+    assert total > 0.0
+    assert energy == pytest.approx(total, rel=1e-12)
+    np.testing.assert_allclose(pe, pe_ref, rtol=1e-12, atol=1e-14)
+    np.testing.assert_allclose(force, force_ref, rtol=1e-10, atol=1e-12 * np.abs(force_ref).max())
+
+
+@pytest.mark.parametrize("periodic", [False, True])
+def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic):
+    box = np.array([9.0, 9.5, 10.0])
+    use_box(workdir, periodic)
+    specie, pos = random_cluster(11, 14, box, periodic=periodic)
+    out = workdir.ok(
+        f"""
+        specie, pos, box = {specie!r}, np.array({pos!r}), {tuple(box)!r}
+        result, out = call({SPECIES!r}, specie, pos, box)
+        assert result[0] > 0.0, result
+        f = out["force"].reshape(-1, 3)
+        assert np.abs(f.sum(axis=0)).max() < 1e-10 * np.abs(f).max(), f.sum(axis=0)
+        print(fd_force_error({SPECIES!r}, specie, pos, box))
+        """
+    )
+    assert float(out.splitlines()[-1]) < 1e-6
+
+
+def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
+    box = np.array([9.0, 9.5, 10.0])
+    use_box(workdir, True)
+    specie, pos = random_cluster(5, 16, box)
+    pos = np.array(pos).reshape(-1, 3)
+    shifted = np.mod(pos + np.array([4.3, -7.1, 5.55]), box)
+    order = np.random.default_rng(2).permutation(len(specie))
+    configurations = [
+        (specie, pos.ravel().tolist()),
+        (specie, shifted.ravel().tolist()),
+        ([specie[k] for k in order], pos[order].ravel().tolist()),
+    ]
+    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = run_calls(workdir, configurations, box)
+    assert e0 > 0.0
+    scale = np.abs(f0).max()
+    assert e1 == pytest.approx(e0, rel=1e-12)
+    np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-14)
+    np.testing.assert_allclose(f1, f0, rtol=0, atol=1e-10 * scale)
+    assert e2 == pytest.approx(e0, rel=1e-12)
+    np.testing.assert_allclose(pe2, pe0[order], rtol=1e-10, atol=1e-14)
+    np.testing.assert_allclose(f2.reshape(-1, 3), f0.reshape(-1, 3)[order], rtol=0,
+                               atol=1e-10 * scale)
+
+
+def test_silver_pair_stops_while_the_cutoffs_are_sized(workdir):
+    workdir.write("potfor.IN", potfor_in_text([("Ag", "Ag", "ZBLPOTL"), ("Ag", "C_", "ZBLPOTL"),
+                                               ("C_", "C_", "ZERO")]))
+    done = workdir.run(
+        """
+        print("before the call", flush=True)
+        call("AgC_", [0, 1], [1.0, 1.0, 1.0, 5.0, 5.0, 5.0], (10.0, 10.0, 10.0))
+        print("unreachable")
+        """
+    )
+    assert done.returncode == 1, done.stdout + done.stderr
+    lines = [line.strip() for line in done.stdout.splitlines()]
+    assert lines == ["before the call",
+                     "nrerror: ZBLPOTL_MAPIJ: Ag-Ag interaction is not implemented",
+                     "program terminated by nerror"]
