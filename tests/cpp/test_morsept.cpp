@@ -1,0 +1,328 @@
+// The phosphorus-iron Morse family: pair types and refusals, set-up constants, the smoothing
+// polynomial, the pair function region by region and at each region boundary, the short-range
+// message for an unknown pair type, and evaluations on hand-built neighbour lists.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "common/fatal_error.hpp"
+#include "engine/engine.hpp"
+#include "potentials/morsept.hpp"
+
+namespace pelix {
+namespace {
+
+constexpr int32_t kP = 15, kFe = 26;
+
+// The constants of both pairs, written out again: well depth, r0, bridge coefficients,
+// cutin, sr_cutoff and Z1 Z2.
+struct PairConstants {
+    double e0, r0;
+    std::array<double, 6> b;
+    double cutin, sr_cutoff;
+    int32_t z1, z2;
+};
+const PairConstants kPairPP{
+    0.194, 3.35, {18.463375, -46.290417, 67.58019, -52.524806, 19.907106, -2.9289798}, 1.85, 0.9,
+    kP,    kP};
+const PairConstants kPairPFe{
+    0.848, 2.22, {3017.2963, -8433.2466, 9663.4483, -5587.2792, 1614.07, -185.37477}, 2.1, 1.0,
+    kP,    kFe};
+
+double poly(const std::array<double, 6>& b, double r) {
+    double sum = 0.0;
+    for (int k = 5; k >= 0; --k)
+        sum = sum * r + b[static_cast<std::size_t>(k)];
+    return sum;
+}
+double poly_slope(const std::array<double, 6>& b, double r) {
+    return b[1] + 2 * b[2] * r + 3 * b[3] * r * r + 4 * b[4] * r * r * r + 5 * b[5] * r * r * r * r;
+}
+
+double zbl_energy(int32_t z1, int32_t z2, double r) {
+    constexpr std::array<double, 4> c{0.02817, 0.2802, 0.5099, 0.1818};
+    constexpr std::array<double, 4> d{0.2016, 0.4029, 0.9423, 3.2};
+    const double a = 0.88534 * 0.53 / (std::pow(z1, 0.23) + std::pow(z2, 0.23));
+    double s = 0.0;
+    for (std::size_t k = 0; k < 4; ++k)
+        s += c[k] * z1 * z2 * 14.399652003564425 * std::exp(-d[k] * r / a);
+    return s / r;
+}
+
+double smoothing_value(double rl, double rh, double r) {
+    if (r < rl)
+        return 1.0;
+    const double x = (r - rh) / (rl - rh);
+    return 3 * std::pow(x, 4) - 8 * std::pow(x, 3) + 6 * x * x;
+}
+
+// The energy of a pair in whichever region r falls, from the constants above.
+double expected_energy(const PairConstants& c, bool exponential_bridge, double r) {
+    if (r <= c.sr_cutoff)
+        return zbl_energy(c.z1, c.z2, r);
+    if (r < c.cutin)
+        return exponential_bridge ? std::exp(poly(c.b, r)) : poly(c.b, r);
+    const double alpha = 3.76 / c.r0, d = r - c.r0;
+    const double v0 = c.e0 * (std::exp(-2 * alpha * d) - 2 * std::exp(-alpha * d));
+    return v0 * smoothing_value(c.r0, 1.4 * c.r0, r);
+}
+
+MorseptState set_up(int32_t k = 1) {
+    Engine engine;
+    setup_prms_for_morsept(engine, k);
+    return engine.families.morsept;
+}
+
+std::string mapij_refusal(int32_t za, int32_t zb) {
+    try {
+        morsept_mapij(za, zb);
+    } catch (const FatalError& error) {
+        EXPECT_EQ(error.exit_status(), kExitFatal);
+        EXPECT_EQ(error.lines().at(1), "program terminated by nerror");
+        return error.lines().at(0);
+    }
+    return "accepted";
+}
+
+TEST(Morsept, MapperKnowsPhosphorusPairsOnlyAndCutoffsFollowIt) {
+    EXPECT_EQ(morsept_mapij(kP, kP), 1);
+    EXPECT_EQ(morsept_mapij(kP, kFe), 2);
+    EXPECT_EQ(morsept_mapij(kFe, kP), 2);
+    for (const auto& [a, b] :
+         std::vector<std::pair<int32_t, int32_t>>{{kFe, kFe}, {kP, 8}, {14, kFe}, {1, 1}}) {
+        EXPECT_EQ(mapij_refusal(a, b),
+                  " nrerror: FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ")
+            << a << "-" << b;
+    }
+    EXPECT_TRUE(morsept_selects(kP));
+    EXPECT_TRUE(morsept_selects(kFe));
+    EXPECT_FALSE(morsept_selects(8));
+    EXPECT_FALSE(morsept_selects(28));
+
+    Engine engine;
+    setup_prms_for_morsept(engine, 3);
+    const MorseptState& state = engine.families.morsept;
+    EXPECT_EQ(state.morsept_idnum, 3);
+    EXPECT_EQ(morsept_cutoff_squared(engine, kP, kP), 21.996099999999995);
+    EXPECT_EQ(morsept_cutoff_squared(engine, kFe, kP), 9.659664000000001);
+    EXPECT_THROW(morsept_cutoff_squared(engine, kFe, kFe), FatalError);
+    EXPECT_EQ(state.alpha[0], 1.1223880597014924);
+    EXPECT_EQ(state.alpha[1], 1.6936936936936935);
+    EXPECT_EQ(state.morsept_conrh[0], 4.6899999999999995);
+    EXPECT_EQ(state.morsept_conrh[1], 3.108);
+    EXPECT_EQ(state.morsept_conrl[1], 2.22);
+    const std::array<double, 4> c{0.02817, 0.2802, 0.5099, 0.1818};
+    const std::array<double, 4> d{0.2016, 0.4029, 0.9423, 3.2};
+    for (std::size_t k = 0; k < 4; ++k) {
+        EXPECT_DOUBLE_EQ(state.zbl_for_morsept[0].conc[k], c[k] * 3239.9217008019955);
+        EXPECT_DOUBLE_EQ(state.zbl_for_morsept[1].conc[k], c[k] * 5615.864281390126);
+        EXPECT_DOUBLE_EQ(state.zbl_for_morsept[0].cond[k], -d[k] / 0.1258505073262334);
+        EXPECT_DOUBLE_EQ(state.zbl_for_morsept[1].cond[k], -d[k] / 0.11790039271501053);
+    }
+}
+
+TEST(Morsept, SmoothingFallsFromOneToZeroWithFlatEnds) {
+    const MorseptState state = set_up();
+    for (const auto& [t, rl, rh] :
+         {std::tuple{1, 3.35, 4.6899999999999995}, std::tuple{2, 2.22, 3.108}}) {
+        double f = 0.0, df = 0.0;
+        morsept_smoothing(state, t, rl - 0.5, f, df);
+        EXPECT_EQ(f, 1.0);
+        EXPECT_EQ(df, 0.0);
+        morsept_smoothing(state, t, rl, f, df);
+        EXPECT_DOUBLE_EQ(f, 1.0);
+        EXPECT_NEAR(df, 0.0, 1e-14);
+        morsept_smoothing(state, t, rh, f, df);
+        EXPECT_NEAR(f, 0.0, 1e-14);
+        EXPECT_NEAR(df, 0.0, 1e-14);
+        const double h = 1e-6;
+        for (double r : {rl + 0.1, 0.5 * (rl + rh), rh - 0.05}) {
+            morsept_smoothing(state, t, r, f, df);
+            EXPECT_NEAR(f, smoothing_value(rl, rh, r), 1e-14) << t << " " << r;
+            const double slope =
+                (smoothing_value(rl, rh, r + h) - smoothing_value(rl, rh, r - h)) / (2 * h);
+            EXPECT_NEAR(df, slope, 1e-7) << t << " " << r;
+            EXPECT_LT(df, 0.0);
+        }
+    }
+}
+
+TEST(Morsept, PairFunctionInEveryRegionAndAtItsBoundaries) {
+    const MorseptState state = set_up();
+    auto check = [&](int32_t t, double r, double expected) {
+        const PairValue p = morsept_pair(state, t, r);
+        EXPECT_NEAR(p.v, expected, 1e-12 * std::abs(expected) + 1e-15)
+            << "type " << t << " r " << r;
+    };
+    // At the Morse minimum the smoothing has not begun: V = -e0, no force.
+    EXPECT_NEAR(morsept_pair(state, 1, 3.35).v, -0.194, 1e-15);
+    EXPECT_NEAR(morsept_pair(state, 1, 3.35).f, 0.0, 1e-15);
+    EXPECT_NEAR(morsept_pair(state, 2, 2.22).v, -0.848, 1e-15);
+
+    // P-P at 4.0 inside the smoothing, with x spelled out.
+    const double x = (4.0 - 4.6899999999999995) / (3.35 - 4.6899999999999995);
+    const double alpha = 3.76 / 3.35;
+    const double morse4 = 0.194 * (std::exp(-2 * alpha * 0.65) - 2 * std::exp(-alpha * 0.65));
+    check(1, 4.0, morse4 * ((6 - 8 * x) * x * x + 3 * std::pow(x, 4)));
+
+    // Bridges: P-P in the exponent, P-Fe in the energy itself.
+    check(1, 1.5, std::exp(poly(kPairPP.b, 1.5)));
+    check(2, 2.0, poly(kPairPFe.b, 2.0));
+    EXPECT_NEAR(morsept_pair(state, 2, 2.0).f, -poly_slope(kPairPFe.b, 2.0), 1e-9);
+    EXPECT_NEAR(morsept_pair(state, 1, 1.5).f,
+                -poly_slope(kPairPP.b, 1.5) * std::exp(poly(kPairPP.b, 1.5)), 1e-9);
+
+    // Screened repulsion at and below the short-range radius.
+    check(1, 0.8, zbl_energy(kP, kP, 0.8));
+    check(1, 0.9, zbl_energy(kP, kP, 0.9));
+    check(2, 1.0, zbl_energy(kP, kFe, 1.0));
+
+    // Each boundary exactly and just past it: sr_cutoff is still ZBL, cutin is already Morse.
+    for (const auto& [t, c] : {std::pair{1, kPairPP}, std::pair{2, kPairPFe}}) {
+        const bool exponential = t == 1;
+        for (double r : {c.sr_cutoff, c.sr_cutoff + 1e-7, c.cutin - 1e-7, c.cutin, c.cutin + 1e-7,
+                         c.r0 + 0.3, 1.4 * c.r0 - 1e-3})
+            check(t, r, expected_energy(c, exponential, r));
+    }
+    // The bridge is far from ZBL at the short-range radius, so the side taken is visible.
+    EXPECT_GT(std::abs(morsept_pair(state, 1, 0.9).v - morsept_pair(state, 1, 0.9000001).v), 1.0);
+
+    // At and beyond the cut-off radius there is no bond.
+    for (const auto& [t, r] :
+         {std::pair{1, 4.6899999999999995}, std::pair{1, 5.0}, std::pair{2, 3.108}}) {
+        EXPECT_EQ(morsept_pair(state, t, r).v, 0.0);
+        EXPECT_EQ(morsept_pair(state, t, r).f, 0.0);
+    }
+
+    // Inside each region the force is minus the slope of the energy.
+    const double h = 1e-6;
+    for (const auto& [t, r] :
+         {std::pair{1, 0.6}, std::pair{1, 1.2}, std::pair{1, 2.5}, std::pair{1, 4.2},
+          std::pair{2, 0.7}, std::pair{2, 1.6}, std::pair{2, 2.15}, std::pair{2, 2.8}}) {
+        const double numeric =
+            -(morsept_pair(state, t, r + h).v - morsept_pair(state, t, r - h).v) / (2 * h);
+        EXPECT_NEAR(morsept_pair(state, t, r).f, numeric, 1e-6 * std::abs(numeric) + 1e-9)
+            << "type " << t << " r " << r;
+    }
+}
+
+TEST(Morsept, ShortRangeWithAnUnknownPairTypeOnlyWritesItsMessage) {
+    const MorseptState state = set_up();
+    double v = 7.0, f = 7.0;
+    testing::internal::CaptureStdout();
+    morsept_sr_interaction(state, 3, 0.5, v, f);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out, " MORSEPT_SR_INTERACTION: IJPOT is unknown\n");
+    EXPECT_EQ(v, 0.0);
+    EXPECT_EQ(f, 0.0);
+
+    testing::internal::CaptureStdout();
+    morsept_sr_interaction(state, 2, 0.5, v, f);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_NEAR(v, zbl_energy(kP, kFe, 0.5), 1e-12 * v);
+}
+
+// Atoms with given species (0 = P, 1 = Fe), x positions on a line, identity numbers and
+// neighbour lists (j, image); every pair of species goes to the family, except Fe-Fe, which
+// goes to potential 2. Images along x are 10 A apart.
+Engine line_engine(const std::vector<int32_t>& specie, const std::vector<double>& x,
+                   const std::vector<int32_t>& idnum,
+                   const std::vector<std::vector<std::pair<int32_t, int32_t>>>& lists) {
+    Engine engine;
+    engine.atoms.anum = {kP, kFe};
+    auto& ff = engine.ff;
+    const auto n = static_cast<int32_t>(specie.size());
+    ff.specie = specie;
+    ff.idnum = idnum;
+    ff.rx = x;
+    ff.ry.assign(specie.size(), 0.0);
+    ff.rz.assign(specie.size(), 0.0);
+    ff.potnum.assign(2, 1);
+    ff.potnum(1, 1) = 2;
+    ff.xofset[kImageOffsetCentre + 9] = 10.0;
+    ff.xofset[kImageOffsetCentre - 9] = -10.0;
+    for (const auto& list : lists) {
+        ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+        for (const auto& [j, image] : list) {
+            ff.nebour.push_back(j);
+            ff.pbctyp.push_back(image);
+        }
+    }
+    ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+    engine.sd.myltpnebs = n;
+    ff.fx.assign(specie.size(), 0.0);
+    ff.fy.assign(specie.size(), 0.0);
+    ff.fz.assign(specie.size(), 0.0);
+    engine.atoms.pe.assign(specie.size(), 0.0);
+    setup_prms_for_morsept(engine, 1);
+    return engine;
+}
+
+TEST(Morsept, EachPairIsEvaluatedFromItsSmallerIdentityNumber) {
+    // P 0 at x = 0, Fe 1 at 2.0 (bridge), P 2 at 3.0 (P-P in Morse), Fe 3 at 3.5 (Fe-Fe,
+    // another potential), and P 0 with its own image 10 A away (beyond the P-P cut-off). The
+    // P-Fe pair 0-1 is listed from atom 0 only, whose identity number is the larger: it is
+    // left out. Every other pair is listed from both sides and counted once.
+    const MorseptState state = set_up();
+    Engine engine = line_engine(
+        {0, 1, 0, 1}, {0.0, 2.0, 3.0, 3.5}, {4, 3, 2, 1},
+        {{{1, 0}, {2, 0}}, {{2, 0}, {3, 0}}, {{0, 0}, {1, 0}, {3, 0}}, {{1, 0}, {2, 0}}});
+    morsept_call(engine);
+    const PairValue p12 = morsept_pair(state, 2, 1.0), p02 = morsept_pair(state, 1, 3.0),
+                    p23 = morsept_pair(state, 2, 0.5);
+    const auto& pe = engine.atoms.pe;
+    EXPECT_NEAR(pe[0], 0.5 * p02.v, 1e-14);
+    EXPECT_NEAR(pe[1], 0.5 * p12.v, 1e-12 * std::abs(p12.v));
+    EXPECT_NEAR(pe[2], 0.5 * (p02.v + p12.v + p23.v), 1e-12 * std::abs(pe[2]));
+    EXPECT_NEAR(pe[3], 0.5 * p23.v, 1e-12 * std::abs(p23.v));
+    // Every pair here is repulsive (P-P at 3.0 lies inside r0): each pushes its atoms apart.
+    const auto& fx = engine.ff.fx;
+    EXPECT_NEAR(fx[0], -p02.f, 1e-14);
+    EXPECT_NEAR(fx[1], -p12.f, 1e-12 * std::abs(p12.f));
+    EXPECT_NEAR(fx[2], p02.f + p12.f - p23.f, 1e-12 * std::abs(fx[2]));
+    EXPECT_NEAR(fx[3], p23.f, 1e-12 * std::abs(p23.f));
+    EXPECT_TRUE(engine.ff.bonds.neb.empty());
+
+    // Two atoms sharing one identity number never evaluate their pair, nor an atom its own
+    // periodic image 4 A away.
+    Engine twins = line_engine({0, 0}, {0.0, 3.0}, {5, 5}, {{{1, 0}, {0, 1}}, {{0, 0}}});
+    twins.ff.xofset[kImageOffsetCentre + 1] = 4.0;
+    morsept_call(twins);
+    EXPECT_EQ(twins.atoms.pe[0], 0.0);
+    EXPECT_EQ(twins.atoms.pe[1], 0.0);
+    EXPECT_EQ(twins.ff.fx[0], 0.0);
+}
+
+TEST(Morsept, BondListOverflowAndMapperStopsDuringTheEvaluation) {
+    // Two selected atoms give room for trunc(2 x 20 x 1.5) = 60 bonds.
+    auto pair_engine = [](int32_t listed_from_first) {
+        std::vector<std::pair<int32_t, int32_t>> many(static_cast<std::size_t>(listed_from_first),
+                                                      {1, 0});
+        return line_engine({0, 1}, {0.0, 2.5}, {1, 2}, {many, {{0, 0}}});
+    };
+    Engine fits = pair_engine(59);
+    EXPECT_NO_THROW(morsept_call(fits));
+    Engine overflows = pair_engine(60);
+    try {
+        morsept_call(overflows);
+        FAIL() << "expected the overflow stop";
+    } catch (const FatalError& error) {
+        EXPECT_EQ(error.lines().at(0), " nrerror: MORSEPT_NEB: NEBTOT > INTERSIZE");
+        EXPECT_EQ(error.exit_status(), kExitFatal);
+    }
+
+    // An iron pair handed to the family stops in the mapper.
+    Engine irons = line_engine({1, 1}, {0.0, 2.5}, {1, 2}, {{{1, 0}}, {{0, 0}}});
+    irons.ff.potnum(1, 1) = 1;
+    EXPECT_EQ(mapij_refusal(kFe, kFe),
+              " nrerror: FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ");
+    EXPECT_THROW(morsept_call(irons), FatalError);
+}
+
+}  // namespace
+}  // namespace pelix
