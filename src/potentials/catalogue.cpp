@@ -3,13 +3,19 @@
 #include <array>
 
 #include "common/fixed_string.hpp"
+#include "potentials/buckbw.hpp"
+#include "potentials/morsept.hpp"
+#include "potentials/zblpotl.hpp"
 #include "potentials/zero.hpp"
 
 namespace pelix {
 
 namespace {
 
+constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
+constexpr FamilyOps kMorsept{setup_prms_for_morsept, morsept_cutoff_squared, morsept_call};
 constexpr FamilyOps kZero{setup_prms_for_zero, zero_potl_cutoff_squared, zero_call};
+constexpr FamilyOps kZblpotl{setup_prms_for_zblpotl, zblpotl_cutoff_squared, zblpotl_call};
 
 // Matching order of the keywords. Rows without operations are families not built yet.
 constexpr std::array<KeywordRow, 29> kKeywordTable{{
@@ -18,9 +24,9 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"ACKLIST", "acklist_interaction", nullptr},
     {"ACKLEAM", "acklfep_interaction", nullptr},
     {"ACKNIAL", "acklnial_interaction", nullptr},
-    {"MORSEPT", "morsept_interaction", nullptr},
+    {"MORSEPT", "morsept_interaction", &kMorsept},
     {"MORLIST", "morlist_interaction", nullptr},
-    {"ZBLPOTL", "zblpotl_interaction", nullptr},
+    {"ZBLPOTL", "zblpotl_interaction", &kZblpotl},
     {"SPINELP", "spinelpotl_interaction", nullptr},
     {"MGOPOTL", "mgo_potl_interaction", nullptr},
     {"EROPOTL", "ero_potl_interaction", nullptr},
@@ -39,7 +45,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"AzizHe2", "azizhehe_interaction", nullptr},
     {"MENDEL", "mendelev_interaction", nullptr},
     {"AMtest", "amtest_interaction", nullptr},
-    {"BUCKBW", "buckbw_interaction", nullptr},
+    {"BUCKBW", "buckbw_interaction", &kBuckbw},
     {"BSIPOTL", "bsipotl_interaction", nullptr},
     {"DELAYE_POTL", "delaye_potl_interaction", nullptr},
 }};
