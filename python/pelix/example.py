@@ -1,8 +1,8 @@
-"""A small worked example: force calls on a periodic bcc iron crystal.
+"""A small worked example: force calls on a periodic crystal with a real potential.
 
-Run with ``python3 -m pelix.example``. It writes the input files into a temporary
-directory, makes a few force calls and prints the energy, the largest force and the time
-per call.
+Run with ``python3 -m pelix.example`` (``--case`` picks the configuration, ``--list`` shows
+them). It writes the input files into a temporary directory, makes a few force calls on
+slightly shaken positions and prints the energy, the largest force and the time per call.
 """
 
 from __future__ import annotations
@@ -11,12 +11,49 @@ import argparse
 import os
 import tempfile
 import time
+from dataclasses import dataclass
 
 import numpy as np
 
 from pelix.inputs import write_inputs
 
 BCC_IRON_LATTICE = 2.8665  # A
+
+
+@dataclass(frozen=True)
+class Case:
+    """A bcc iron host with some sites taken by solutes, and the pair keywords to use."""
+
+    description: str
+    species: tuple[str, ...]  # two-character symbols; the host is the first
+    solute_fraction: float  # share of sites given to the solutes, spread evenly over them
+    pairs: tuple[tuple[str, str, str], ...]
+
+
+CASES = {
+    "fetiyo": Case(
+        "bcc iron with titanium, yttrium and oxygen solutes, Buckingham pairs (BUCKBW)",
+        ("Fe", "Ti", "Y_", "O_"),
+        0.06,
+        tuple(
+            (a, b, "BUCKBW")
+            for i, a in enumerate(("Fe", "Ti", "Y_", "O_"))
+            for b in ("Fe", "Ti", "Y_", "O_")[i:]
+        ),
+    ),
+    "pfe": Case(
+        "bcc iron with phosphorus solutes, Morse P-P and P-Fe pairs (MORSEPT), no Fe-Fe term",
+        ("Fe", "P_"),
+        0.05,
+        (("Fe", "Fe", "ZERO"), ("P_", "P_", "MORSEPT"), ("P_", "Fe", "MORSEPT")),
+    ),
+    "fec": Case(
+        "bcc iron with carbon solutes, screened nuclear repulsion Fe-C (ZBLPOTL)",
+        ("Fe", "C_"),
+        0.05,
+        (("Fe", "Fe", "ZERO"), ("C_", "C_", "ZERO"), ("Fe", "C_", "ZBLPOTL")),
+    ),
+}
 
 
 def bcc_positions(cells: int, a: float) -> np.ndarray:
@@ -27,16 +64,34 @@ def bcc_positions(cells: int, a: float) -> np.ndarray:
     return np.ascontiguousarray(atoms.reshape(-1))
 
 
+def solute_species(natoms: int, case: Case, rng: np.random.Generator) -> np.ndarray:
+    """Species numbers: host everywhere, solutes on randomly chosen sites."""
+    specie = np.zeros(natoms, dtype=np.int32)
+    solutes = len(case.species) - 1
+    per_solute = max(1, round(case.solute_fraction * natoms / solutes))
+    sites = rng.permutation(natoms)[: per_solute * solutes]
+    for s in range(solutes):
+        specie[sites[s * per_solute : (s + 1) * per_solute]] = s + 1
+    return specie
+
+
 def main(argv: list[str] | None = None) -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--case", choices=sorted(CASES), default="fetiyo")
+    parser.add_argument("--list", action="store_true", help="describe the cases and stop")
     parser.add_argument("--cells", type=int, default=6, help="unit cells per axis")
     parser.add_argument("--calls", type=int, default=5, help="number of force calls")
     args = parser.parse_args(argv)
+    if args.list:
+        for name in sorted(CASES):
+            print(f"{name}: {CASES[name].description}")
+        return 0
 
     import PELIXInterface
 
+    case = CASES[args.case]
     with tempfile.TemporaryDirectory(prefix="pelix-example-") as workdir:
-        write_inputs(workdir, pairs=[("Fe", "Fe", "ZERO")], pbc=(1, 1, 1))
+        write_inputs(workdir, pairs=case.pairs, pbc=(1, 1, 1))
         previous = os.getcwd()
         os.chdir(workdir)
         try:
@@ -45,23 +100,29 @@ def main(argv: list[str] | None = None) -> int:
             pos = bcc_positions(args.cells, BCC_IRON_LATTICE)
             natoms = pos.size // 3
             rng = np.random.default_rng(1)
-            specie = np.zeros(natoms, dtype=np.int32)
+            specie = solute_species(natoms, case, rng)
             charge = np.zeros(natoms)
             force = np.zeros_like(pos)
             kearray = np.zeros(natoms)
             pearray = np.zeros(natoms)
             empty = np.zeros(0, dtype=np.int32)
-            print(f"bcc iron, {natoms} atoms in a periodic {box:.4f} A cube, pair keyword ZERO")
+            counts = ", ".join(
+                f"{np.count_nonzero(specie == s)} {symbol.rstrip('_')}"
+                for s, symbol in enumerate(case.species)
+            )
+            print(f"{case.description}")
+            print(f"{natoms} atoms ({counts}) in a periodic {box:.4f} A cube")
             for call in range(args.calls):
                 shaken = pos + rng.normal(scale=0.05, size=pos.shape)
                 start = time.perf_counter()
                 energy, maxforce, maxatom, status = PELIXInterface.calcforce(
-                    -1, "Fe", specie, shaken, charge, force, kearray, pearray,
-                    box, box, box, empty, empty,
+                    -1, "".join(case.species), specie, shaken, charge, force, kearray,
+                    pearray, box, box, box, empty, empty,
                 )
                 elapsed = time.perf_counter() - start
                 print(
-                    f"call {call + 1}: energy {energy:.6f} eV, largest force {maxforce:.6f} eV/A "
+                    f"call {call + 1}: energy {energy:.6f} eV "
+                    f"({energy / natoms:.6f} eV/atom), largest force {maxforce:.6f} eV/A "
                     f"on atom {maxatom}, status {status}, {elapsed * 1e3:.2f} ms "
                     f"({elapsed / natoms * 1e6:.3f} us/atom)"
                 )
