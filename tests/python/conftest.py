@@ -7,14 +7,16 @@ working directory holds that test's input files.
 
 from __future__ import annotations
 
+import json
 import subprocess
 import sys
 import textwrap
 from pathlib import Path
 
+import numpy as np
 import pytest
 
-from pelix.inputs import write_inputs
+from pelix.inputs import pelix_in_text, potfor_in_text, write_inputs
 
 PREAMBLE = textwrap.dedent(
     """
@@ -82,6 +84,28 @@ class Workdir:
         done = self.run(code)
         assert done.returncode == 0, done.stdout + done.stderr
         return done.stdout
+
+    def use_pairs(self, pairs, periodic: bool) -> None:
+        """Pair keywords, all three axes periodic or all open, no multipole tree."""
+        flag = 1 if periodic else 0
+        self.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
+        self.write("potfor.IN", potfor_in_text(pairs))
+
+    def run_calls(self, species: str, configurations, box):
+        """Energy, per-atom energies and forces of each (specie, positions) configuration,
+        all in one process."""
+        text = self.ok(
+            f"""
+            import json
+            results = []
+            for specie, pos in {json.dumps(configurations)}:
+                result, out = call({species!r}, specie, pos, {tuple(box)!r})
+                assert result[3] == 0, result
+                results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
+            print(json.dumps(results))
+            """
+        )
+        return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
 
 
 @pytest.fixture

@@ -1,13 +1,11 @@
 """Whole force calls with the Buckingham family "BUCKBW" for every pair of Fe, Ti, Y and O."""
 
 import itertools
-import json
 import math
 
 import numpy as np
 import pytest
 
-from pelix.inputs import pelix_in_text, potfor_in_text
 
 SPECIES = "FeTiY_O_"
 SYMBOLS = ("Fe", "Ti", "Y_", "O_")
@@ -54,28 +52,6 @@ def pair_energy(key, r):
     return 0.0
 
 
-def use_box(workdir, periodic):
-    flag = 1 if periodic else 0
-    workdir.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
-    workdir.write("potfor.IN", potfor_in_text(PAIRS))
-
-
-def run_calls(workdir, configurations, box):
-    """Energies, per-atom energies and forces of several configurations, one process."""
-    text = workdir.ok(
-        f"""
-        import json
-        results = []
-        for specie, pos in {json.dumps(configurations)}:
-            result, out = call({SPECIES!r}, specie, pos, {tuple(box)!r})
-            assert result[3] == 0, result
-            results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
-        print(json.dumps(results))
-        """
-    )
-    return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
-
-
 def disordered(seed, n, box, periodic):
     """Random atoms of all four elements with every pair type within range and at least two
     pairs in the repulsive and in the polynomial region; no pair within 1e-3 A of the ends of
@@ -105,7 +81,7 @@ def disordered(seed, n, box, periodic):
 
 
 def test_dimer_energies_follow_the_three_regions(workdir):
-    use_box(workdir, False)
+    workdir.use_pairs(PAIRS, False)
     box = (20.0, 20.0, 20.0)
     distances = {(0, 0): (0.9, 1.4, 2.7, 3.35, 3.7), (1, 3): (0.55, 1.0, 2.0, 3.3),
                  (2, 2): (1.5, 2.5, 3.5, 5.0), (3, 3): (1.0, 1.5, 2.5, 3.8, 4.3)}
@@ -116,7 +92,7 @@ def test_dimer_energies_follow_the_three_regions(workdir):
             dx, dy = pos[3] - pos[0], pos[4] - pos[1]
             configurations.append((list(key), pos))
             expected.append(pair_energy(key, math.sqrt(dx * dx + dy * dy)))
-    results = run_calls(workdir, configurations, box)
+    results = workdir.run_calls(SPECIES, configurations, box)
     for (energy, pe, force), want, (specie, _) in zip(results, expected, configurations):
         assert energy == pytest.approx(want, rel=1e-12, abs=1e-14), specie
         np.testing.assert_allclose(pe, [0.5 * want] * 2, rtol=1e-12, atol=1e-14)
@@ -130,7 +106,7 @@ def test_dimer_energies_follow_the_three_regions(workdir):
 @pytest.mark.parametrize("periodic", [False, True])
 def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic):
     box = np.array([13.0, 13.5, 14.0])
-    use_box(workdir, periodic)
+    workdir.use_pairs(PAIRS, periodic)
     specie, pos = disordered(7, 24, box, periodic)
     out = workdir.ok(
         f"""
@@ -146,7 +122,7 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
 
 def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
     box = np.array([13.0, 13.5, 14.0])
-    use_box(workdir, True)
+    workdir.use_pairs(PAIRS, True)
     specie, pos = disordered(3, 28, box, True)
     pos = np.array(pos).reshape(-1, 3)
     shifted = np.mod(pos + np.array([6.3, -9.1, 7.55]), box)
@@ -156,7 +132,7 @@ def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir)
         (specie, shifted.ravel().tolist()),
         ([specie[k] for k in order], pos[order].ravel().tolist()),
     ]
-    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = run_calls(workdir, configurations, box)
+    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = workdir.run_calls(SPECIES, configurations, box)
     scale = np.abs(f0).max()
     assert scale > 0.0
     assert e1 == pytest.approx(e0, rel=1e-12)

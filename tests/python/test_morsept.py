@@ -1,13 +1,13 @@
 """Whole force calls with the phosphorus-iron Morse family "MORSEPT" for P-P and P-Fe and
 "ZERO" for Fe-Fe."""
 
-import json
 import math
 
 import numpy as np
 import pytest
 
-from pelix.inputs import pelix_in_text, potfor_in_text
+from pelix.inputs import potfor_in_text
+from reference import pair_sums
 
 SPECIES = "P_Fe"
 Z = (15, 26)
@@ -81,37 +81,13 @@ def pairs_in_range(specie, pos, box, periodic):
 
 
 def expected(specie, pos, box, periodic):
-    n = len(specie)
-    pe, force = np.zeros(n), np.zeros((n, 3))
-    for i, j, pair, d, r in pairs_in_range(specie, pos, box, periodic):
-        e, f = pair_energy_and_force(pair, r)
-        pe[i] += 0.5 * e
-        pe[j] += 0.5 * e
-        force[j] += f * d / r
-        force[i] -= f * d / r
-    return pe.sum(), pe, force.ravel()
+    def term(si, sj, r):
+        pair = tuple(sorted((si, sj)))
+        if pair not in CONSTANTS or region(pair, r) is None:
+            return None
+        return pair_energy_and_force(pair, r)
 
-
-def use_box(workdir, periodic):
-    flag = 1 if periodic else 0
-    workdir.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
-    workdir.write("potfor.IN", potfor_in_text(PAIRS))
-
-
-def run_calls(workdir, configurations, box):
-    """Energies, per-atom energies and forces of several configurations, one process."""
-    text = workdir.ok(
-        f"""
-        import json
-        results = []
-        for specie, pos in {json.dumps(configurations)}:
-            result, out = call({SPECIES!r}, specie, pos, {tuple(box)!r})
-            assert result[3] == 0, result
-            results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
-        print(json.dumps(results))
-        """
-    )
-    return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
+    return pair_sums(specie, pos, box, periodic, term)
 
 
 BOX = (12.0, 12.0, 12.0)
@@ -132,8 +108,8 @@ def test_energies_and_forces_follow_the_pair_formula_in_every_region(workdir, pe
     pairs = list(pairs_in_range(SPECIE, POSITIONS, BOX, periodic))
     assert {(pair, region(pair, r)) for _, _, pair, _, r in pairs} == ALL_REGIONS
     assert len(pairs) == (24 if periodic else 20)
-    use_box(workdir, periodic)
-    [(energy, pe, force)] = run_calls(workdir, [(SPECIE, POSITIONS)], BOX)
+    workdir.use_pairs(PAIRS, periodic)
+    [(energy, pe, force)] = workdir.run_calls(SPECIES, [(SPECIE, POSITIONS)], BOX)
     total, pe_ref, force_ref = expected(SPECIE, POSITIONS, BOX, periodic)
     assert energy == pytest.approx(total, rel=1e-12)
     np.testing.assert_allclose(pe, pe_ref, rtol=1e-11, atol=1e-13)
@@ -148,7 +124,7 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
     for _, _, pair, _, r in pairs_in_range(SPECIE, pos, BOX, periodic):
         e0, r0, b, cutin, sr_cutoff = CONSTANTS[pair]
         assert min(abs(r - edge) for edge in (sr_cutoff, cutin, r0, 1.4 * r0)) > 1e-3
-    use_box(workdir, periodic)
+    workdir.use_pairs(PAIRS, periodic)
     out = workdir.ok(
         f"""
         specie, pos, box = {SPECIE!r}, np.array({pos.tolist()!r}), {BOX!r}
@@ -175,7 +151,7 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
 
 
 def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
-    use_box(workdir, True)
+    workdir.use_pairs(PAIRS, True)
     pos = np.array(POSITIONS).reshape(-1, 3)
     box = np.array(BOX)
     shifted = np.mod(pos + np.array([5.3, -7.1, 4.55]), box)
@@ -185,7 +161,7 @@ def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir)
         (SPECIE, shifted.ravel().tolist()),
         ([SPECIE[k] for k in order], pos[order].ravel().tolist()),
     ]
-    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = run_calls(workdir, configurations, BOX)
+    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = workdir.run_calls(SPECIES, configurations, BOX)
     scale = np.abs(f0).max()
     assert e1 == pytest.approx(e0, rel=1e-12)
     np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-12)

@@ -1,13 +1,13 @@
 """Whole force calls with the carbon-metal screened repulsion "ZBLPOTL" between iron, carbon
 and oxygen (Fe-C, O-C, Fe-O), "ZERO" for the like pairs."""
 
-import json
 import math
 
 import numpy as np
 import pytest
 
-from pelix.inputs import pelix_in_text, potfor_in_text
+from pelix.inputs import potfor_in_text
+from reference import pair_sums
 
 SPECIES = "FeC_O_"
 Z = (26, 6, 8)
@@ -36,49 +36,14 @@ def pair_energy_and_force(z1, z2, conrl, conrh, r):
 
 def expected(specie, pos, box, periodic):
     """Total energy, per-atom energies and forces summed pair by pair (nearest image)."""
-    pos = np.asarray(pos, dtype=float).reshape(-1, 3)
-    n = len(pos)
-    pe, force = np.zeros(n), np.zeros((n, 3))
-    for i in range(n):
-        for j in range(i + 1, n):
-            key = tuple(sorted((specie[i], specie[j])))
-            if key not in RADII:
-                continue
-            d = pos[j] - pos[i]
-            if periodic:
-                d -= np.asarray(box) * np.round(d / np.asarray(box))
-            r = float(np.linalg.norm(d))
-            conrl, conrh = RADII[key]
-            if r >= conrh:
-                continue
-            e, f = pair_energy_and_force(Z[specie[i]], Z[specie[j]], conrl, conrh, r)
-            pe[i] += 0.5 * e
-            pe[j] += 0.5 * e
-            force[j] += f * d / r
-            force[i] -= f * d / r
-    return pe.sum(), pe, force.ravel()
 
+    def term(si, sj, r):
+        key = tuple(sorted((si, sj)))
+        if key not in RADII or r >= RADII[key][1]:
+            return None
+        return pair_energy_and_force(Z[si], Z[sj], *RADII[key], r)
 
-def use_box(workdir, periodic):
-    flag = 1 if periodic else 0
-    workdir.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
-    workdir.write("potfor.IN", potfor_in_text(PAIRS))
-
-
-def run_calls(workdir, configurations, box):
-    """Energies, per-atom energies and forces of several configurations, one process."""
-    text = workdir.ok(
-        f"""
-        import json
-        results = []
-        for specie, pos in {json.dumps(configurations)}:
-            result, out = call({SPECIES!r}, specie, pos, {tuple(box)!r})
-            assert result[3] == 0, result
-            results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
-        print(json.dumps(results))
-        """
-    )
-    return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
+    return pair_sums(specie, pos, box, periodic, term)
 
 
 def random_cluster(seed, n, box, min_distance=1.1, periodic=True):
@@ -115,9 +80,9 @@ HAND_PLACED = (
 @pytest.mark.parametrize("periodic", [False, True])
 def test_energies_and_forces_follow_the_pair_formula(workdir, periodic):
     box = (9.0, 9.0, 9.0)
-    use_box(workdir, periodic)
+    workdir.use_pairs(PAIRS, periodic)
     specie, pos = HAND_PLACED
-    [(energy, pe, force)] = run_calls(workdir, [HAND_PLACED], box)
+    [(energy, pe, force)] = workdir.run_calls(SPECIES, [HAND_PLACED], box)
     total, pe_ref, force_ref = expected(specie, pos, box, periodic)
     assert total > 0.0
     assert energy == pytest.approx(total, rel=1e-12)
@@ -128,7 +93,7 @@ def test_energies_and_forces_follow_the_pair_formula(workdir, periodic):
 @pytest.mark.parametrize("periodic", [False, True])
 def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic):
     box = np.array([9.0, 9.5, 10.0])
-    use_box(workdir, periodic)
+    workdir.use_pairs(PAIRS, periodic)
     specie, pos = random_cluster(11, 14, box, periodic=periodic)
     out = workdir.ok(
         f"""
@@ -145,7 +110,7 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
 
 def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
     box = np.array([9.0, 9.5, 10.0])
-    use_box(workdir, True)
+    workdir.use_pairs(PAIRS, True)
     specie, pos = random_cluster(5, 16, box)
     pos = np.array(pos).reshape(-1, 3)
     shifted = np.mod(pos + np.array([4.3, -7.1, 5.55]), box)
@@ -155,7 +120,7 @@ def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir)
         (specie, shifted.ravel().tolist()),
         ([specie[k] for k in order], pos[order].ravel().tolist()),
     ]
-    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = run_calls(workdir, configurations, box)
+    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = workdir.run_calls(SPECIES, configurations, box)
     assert e0 > 0.0
     scale = np.abs(f0).max()
     assert e1 == pytest.approx(e0, rel=1e-12)
