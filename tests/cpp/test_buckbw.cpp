@@ -10,10 +10,14 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "family_test_support.hpp"
 #include "potentials/buckbw.hpp"
 
 namespace pelix {
 namespace {
+
+using test_support::nrerror_line;
+using test_support::two_atom_bond_engine;
 
 constexpr int32_t kO = 8, kTi = 22, kFe = 26, kY = 39;
 constexpr std::array<double, 4> kC{0.02817, 0.2802, 0.5099, 0.1818};
@@ -215,37 +219,13 @@ TEST(Buckbw, ForceIsMinusTheSlopeExceptForTheShiftInTheRepulsion) {
 
 TEST(Buckbw, BondListOverflowStopsWithTheFamilyMessage) {
     // Fe 0 and O 1: two selected atoms give room for trunc(2 x 185 x 1.5) = 555 bonds.
-    auto pair_engine = [](int32_t listed_from_iron) {
-        Engine engine;
-        engine.atoms.anum = {kFe, kO};
-        auto& ff = engine.ff;
-        ff.rx = {0.0, 2.0};
-        ff.ry = {0.0, 0.0};
-        ff.rz = {0.0, 0.0};
-        ff.specie = {0, 1};
-        ff.potnum.assign(2, 1);
-        ff.nebour.assign(static_cast<std::size_t>(listed_from_iron), 1);
-        ff.nebour.push_back(0);
-        ff.pbctyp.assign(ff.nebour.size(), 0);
-        ff.nebpnt = {0, listed_from_iron, listed_from_iron + 1};
-        engine.sd.myltpnebs = 2;
-        ff.fx.assign(2, 0.0);
-        ff.fy.assign(2, 0.0);
-        ff.fz.assign(2, 0.0);
-        engine.atoms.pe.assign(2, 0.0);
-        setup_prms_for_buckbw(engine, 1);
-        return engine;
-    };
-    Engine fits = pair_engine(554);
+    Engine fits = two_atom_bond_engine(kFe, kO, 554);
+    setup_prms_for_buckbw(fits, 1);
     EXPECT_NO_THROW(buckbw_call(fits));
-    Engine overflows = pair_engine(555);
-    try {
-        buckbw_call(overflows);
-        FAIL() << "expected the overflow stop";
-    } catch (const FatalError& error) {
-        EXPECT_EQ(error.lines().at(0), " nrerror: BUCKBW_NEB: WHATs WRONG WITH INTERSIZE");
-        EXPECT_EQ(error.exit_status(), kExitFatal);
-    }
+    Engine overflows = two_atom_bond_engine(kFe, kO, 555);
+    setup_prms_for_buckbw(overflows, 1);
+    EXPECT_EQ(nrerror_line([&] { buckbw_call(overflows); }),
+              " nrerror: BUCKBW_NEB: WHATs WRONG WITH INTERSIZE");
 }
 
 }  // namespace

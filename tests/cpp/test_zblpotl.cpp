@@ -12,10 +12,14 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "family_test_support.hpp"
 #include "potentials/zblpotl.hpp"
 
 namespace pelix {
 namespace {
+
+using test_support::nrerror_line;
+using test_support::two_atom_bond_engine;
 
 constexpr int32_t kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kFe = 26, kNi = 28, kCu = 29,
                   kY = 39, kAg = 47, kAu = 79;
@@ -53,14 +57,7 @@ ZblpotlState set_up(int32_t k = 1) {
 }
 
 std::string mapij_refusal(int32_t za, int32_t zb) {
-    try {
-        zblpotl_mapij(za, zb);
-    } catch (const FatalError& error) {
-        EXPECT_EQ(error.exit_status(), kExitFatal);
-        EXPECT_EQ(error.lines().at(1), "program terminated by nerror");
-        return error.lines().at(0);
-    }
-    return "accepted";
+    return nrerror_line([&] { zblpotl_mapij(za, zb); });
 }
 
 TEST(Zblpotl, MapperNumbersItsTenPairsInEitherOrderAndRefusesTheRest) {
@@ -274,37 +271,13 @@ TEST(Zblpotl, ForcesAreMinusTheEnergyGradientInAndBeforeTheTaper) {
 
 TEST(Zblpotl, BondListOverflowStopsWithTheFamilyMessage) {
     // Fe 0 and C 1: two selected atoms give room for trunc(2 x 20 x 1.5) = 60 bonds.
-    auto pair_engine = [](int32_t listed_from_iron) {
-        Engine engine;
-        engine.atoms.anum = {kFe, kC};
-        auto& ff = engine.ff;
-        ff.rx = {0.0, 2.0};
-        ff.ry = {0.0, 0.0};
-        ff.rz = {0.0, 0.0};
-        ff.specie = {0, 1};
-        ff.potnum.assign(2, 1);
-        ff.nebour.assign(static_cast<std::size_t>(listed_from_iron), 1);
-        ff.nebour.push_back(0);
-        ff.pbctyp.assign(ff.nebour.size(), 0);
-        ff.nebpnt = {0, listed_from_iron, listed_from_iron + 1};
-        engine.sd.myltpnebs = 2;
-        ff.fx.assign(2, 0.0);
-        ff.fy.assign(2, 0.0);
-        ff.fz.assign(2, 0.0);
-        engine.atoms.pe.assign(2, 0.0);
-        setup_prms_for_zblpotl(engine, 1);
-        return engine;
-    };
-    Engine fits = pair_engine(59);
+    Engine fits = two_atom_bond_engine(kFe, kC, 59);
+    setup_prms_for_zblpotl(fits, 1);
     EXPECT_NO_THROW(zblpotl_call(fits));
-    Engine overflows = pair_engine(60);
-    try {
-        zblpotl_call(overflows);
-        FAIL() << "expected the overflow stop";
-    } catch (const FatalError& error) {
-        EXPECT_EQ(error.lines().at(0), " nrerror: ZBLPOTL_NEB: WHATs WRONG WITH INTERSIZE");
-        EXPECT_EQ(error.exit_status(), kExitFatal);
-    }
+    Engine overflows = two_atom_bond_engine(kFe, kC, 60);
+    setup_prms_for_zblpotl(overflows, 1);
+    EXPECT_EQ(nrerror_line([&] { zblpotl_call(overflows); }),
+              " nrerror: ZBLPOTL_NEB: WHATs WRONG WITH INTERSIZE");
 }
 
 }  // namespace
