@@ -3,8 +3,12 @@
 #include <array>
 
 #include "common/fixed_string.hpp"
+#include "potentials/ackland.hpp"
+#include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
+#include "potentials/ternary.hpp"
 #include "potentials/zblpotl.hpp"
 #include "potentials/zero.hpp"
 
@@ -12,20 +16,24 @@ namespace pelix {
 
 namespace {
 
+constexpr FamilyOps kAckland{setup_prms_for_ackland, ackland_cutoff_squared, ackland_call};
+constexpr FamilyOps kAcklist{setup_prms_for_acklist, acklist_cutoff_squared, acklist_call};
 constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
+constexpr FamilyOps kMorlist{setup_prms_for_morlist, morlist_cutoff_squared, morlist_call};
 constexpr FamilyOps kMorsept{setup_prms_for_morsept, morsept_cutoff_squared, morsept_call};
+constexpr FamilyOps kTernary{setup_prms_for_ternary, ternary_cutoff_squared, ternary_call};
 constexpr FamilyOps kZero{setup_prms_for_zero, zero_potl_cutoff_squared, zero_call};
 constexpr FamilyOps kZblpotl{setup_prms_for_zblpotl, zblpotl_cutoff_squared, zblpotl_call};
 
 // Matching order of the keywords. Rows without operations are families not built yet.
 constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"CSIHPOT", "csihpot", nullptr},
-    {"ACKLAND", "ackland_interaction", nullptr},
-    {"ACKLIST", "acklist_interaction", nullptr},
+    {"ACKLAND", "ackland_interaction", &kAckland},
+    {"ACKLIST", "acklist_interaction", &kAcklist},
     {"ACKLEAM", "acklfep_interaction", nullptr},
     {"ACKNIAL", "acklnial_interaction", nullptr},
     {"MORSEPT", "morsept_interaction", &kMorsept},
-    {"MORLIST", "morlist_interaction", nullptr},
+    {"MORLIST", "morlist_interaction", &kMorlist},
     {"ZBLPOTL", "zblpotl_interaction", &kZblpotl},
     {"SPINELP", "spinelpotl_interaction", nullptr},
     {"MGOPOTL", "mgo_potl_interaction", nullptr},
@@ -36,7 +44,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"BPUPOTL", "bpu_potl_interaction", nullptr},
     {"UNTITLE", "untitled_potl_interaction", nullptr},
     {"GIOVANI", "giovani_interaction", nullptr},
-    {"TERNARY", "ternary_interaction", nullptr},
+    {"TERNARY", "ternary_interaction", &kTernary},
     {"FeOPOTL", "feo_potl_interaction", nullptr},
     {"ZERO", "zero_potl_interaction", &kZero},
     {"HeFePOT", "hefepotl_interaction", nullptr},

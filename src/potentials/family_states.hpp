@@ -1,7 +1,11 @@
 #pragma once
 // The parameter state of every built potential family, one member per family.
+#include "potentials/ackland.hpp"
+#include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
+#include "potentials/ternary.hpp"
 #include "potentials/zblpotl.hpp"
 #include "potentials/zero.hpp"
 
@@ -12,6 +16,11 @@ struct FamilyStates {
     ZblpotlState zblpotl;
     MorseptState morsept;
     BuckbwState buckbw;
+    MorlistState morlist;
+    TernaryState ternary;
+    AcklandState ackland;
+    // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
+    AcklistState acklist;
 };
 
 }  // namespace pelix

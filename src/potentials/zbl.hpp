@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "common/pair_value.hpp"
+
 namespace pelix {
 
 using ZblCoefficients = std::array<double, 4>;
@@ -38,11 +40,6 @@ ZblTerms zbl_terms(ScreeningRule rule, int32_t z1, int32_t z2, const ZblCoeffici
                    const ZblCoefficients& d = kZblD);
 
 // Energy V and force F = -dV/dr at distance r.
-struct PairValue {
-    double v = 0.0;
-    double f = 0.0;
-};
-
 inline PairValue zbl_evaluate(const ZblTerms& terms, double r) {
     double s = 0.0;
     double ds = 0.0;
