@@ -1,0 +1,269 @@
+"""An ASE calculator on top of the engine's force call.
+
+The engine keeps its state per process and reads its input files from the current working
+directory: "pelix.IN" once, "potfor.IN" once, "lattice.IN" whenever the box changes. The
+calculator therefore binds the process to one directory, changes into it only for the
+duration of each force call, and refuses a second calculator that would need other files.
+"""
+
+from __future__ import annotations
+
+import os
+import threading
+from collections.abc import Iterable, Mapping
+from pathlib import Path
+
+import numpy as np
+from ase.calculators.calculator import Calculator as AseCalculator
+from ase.calculators.calculator import all_changes
+
+from pelix.inputs import input_texts, potfor_in_records, read_potfor_in
+from pelix.tables import potential_keyword, species_symbol
+
+# Half-width of the margin around the box inside which the engine accepts atoms (A), and the
+# extra room below the box along y in an indentation run.
+_LOST_ATOM_MARGIN = 510.0
+_INDENTATION_FLOOR = -100.0
+
+
+class EngineInUseError(RuntimeError):
+    """A second calculator would need input files other than those the engine has taken."""
+
+
+class LostAtomError(RuntimeError):
+    """An atom lies outside the region the engine accepts; the force call was not done."""
+
+
+class _EngineSession:
+    """What this process has told the engine: the directory whose files it reads, whether
+    "pelix.IN" has been loaded, the periodic flags last set, and the pair records of
+    "potfor.IN" (read once, like the engine does)."""
+
+    def __init__(self) -> None:
+        self.directory: Path | None = None
+        self.config_loaded = False
+        self.pbc: tuple[int, int, int] | None = None
+        self.pair_records: list[tuple[str, str, str]] | None = None
+        self.simutype = ""
+        self.lock = threading.Lock()
+
+    def bind(self, directory: Path, texts: Mapping[str, str]) -> None:
+        """Takes `directory` for this process, or checks that it is the one already taken and
+        that `texts` would not change its files."""
+        if self.directory is not None and self.directory != directory:
+            raise EngineInUseError(
+                f"the engine of this process already reads its input files from "
+                f"{self.directory}; it keeps one run configuration and one set of pair "
+                f"keywords per process (\"pelix.IN\" and \"potfor.IN\" are read once), so a "
+                f"calculator for {directory} cannot share it. Use the same directory and "
+                f"input files for every calculator of a process, or run the other "
+                f"calculator in its own process (for example with multiprocessing)."
+            )
+        if self.directory is not None:
+            changed = [
+                name
+                for name, text in texts.items()
+                if not (directory / name).is_file() or (directory / name).read_text() != text
+            ]
+            if changed:
+                raise EngineInUseError(
+                    f"another calculator of this process uses {directory}; this one would "
+                    f"rewrite {', '.join(changed)} with other contents, which the engine "
+                    f"would not read again. Give the same settings, or use another process."
+                )
+        self.directory = directory
+
+
+_session = _EngineSession()
+
+
+def _box_lengths(atoms) -> np.ndarray:
+    """The three box lengths of an orthorhombic cell with positive lengths."""
+    cell = np.asarray(atoms.cell.array, dtype=float)
+    lengths = np.diag(cell).copy()
+    off_diagonal = cell - np.diag(lengths)
+    scale = max(float(np.abs(lengths).max()), 1.0)
+    if np.abs(off_diagonal).max() > 1e-10 * scale:
+        raise ValueError(
+            "the engine's box is three lengths along x, y and z; this cell is not "
+            f"orthorhombic:\n{cell}"
+        )
+    if not np.all(np.isfinite(lengths)) or np.any(lengths <= 0.0):
+        raise ValueError(
+            f"the cell needs a positive length along each of x, y and z, got {lengths}; "
+            "give open (non-periodic) axes a box that holds the atoms, e.g. with "
+            "atoms.center(vacuum=...)"
+        )
+    return lengths
+
+
+def _wrapped_positions(atoms, box: np.ndarray) -> np.ndarray:
+    """Positions with the coordinates along periodic axes folded into [0, length)."""
+    pos = np.array(atoms.positions, dtype=float)
+    for axis in np.flatnonzero(atoms.pbc):
+        column = np.mod(pos[:, axis], box[axis])
+        column[column >= box[axis]] = 0.0
+        pos[:, axis] = column
+    return pos
+
+
+class Calculator(AseCalculator):
+    """ASE calculator evaluating energy, free energy, per-atom energies and forces with the
+    engine.
+
+    directory:
+        where the engine's input files are; the calculator changes into it for each force
+        call only. Files given through the arguments below are written there; a file not
+        given is used as it stands, except that a missing "pelix.IN" or "lattice.IN" is
+        written with defaults (no slabs). "potfor.IN" must exist unless `pairs` is given.
+    pairs:
+        (symbol, symbol, keyword) per species pair, written to "potfor.IN".
+    run_settings:
+        settings of "pelix.IN" (see `pelix.inputs.pelix_in_text`). The periodic flags come
+        from ``atoms.pbc`` at every call, whatever the file says.
+    lattice:
+        slabs of "lattice.IN" as {"x": [(code, lo, hi), ...], "y": ..., "z": ...}.
+
+    The cell must be orthorhombic. Species come from the chemical symbols, charges from the
+    initial charges. Only one directory can serve the engine in a process.
+    """
+
+    implemented_properties = ["energy", "free_energy", "energies", "forces"]
+
+    def __init__(
+        self,
+        directory: str | os.PathLike = ".",
+        pairs: Iterable[tuple[str, str, str]] | None = None,
+        run_settings: Mapping[str, object] | None = None,
+        lattice: Mapping[str, Iterable[tuple[str, float, float]]] | None = None,
+        atoms=None,
+    ) -> None:
+        path = Path(directory).resolve()
+        super().__init__(directory=str(path), atoms=atoms)
+        texts = input_texts(pairs, lattice, run_settings)
+        if "potfor.IN" not in texts and not (path / "potfor.IN").is_file():
+            raise FileNotFoundError(
+                f"no \"potfor.IN\" in {path}: give the pair keywords with pairs=[...]"
+            )
+        for name, text in input_texts(lattice={}, run_settings={}).items():
+            if name not in texts and not (path / name).is_file():
+                texts[name] = text
+        if "potfor.IN" in texts:
+            records = potfor_in_records(texts["potfor.IN"])
+        else:
+            records = read_potfor_in(path / "potfor.IN")
+        with _session.lock:
+            _session.bind(path, texts)
+            path.mkdir(parents=True, exist_ok=True)
+            for name, text in texts.items():
+                (path / name).write_text(text)
+            if _session.pair_records is None:
+                _session.pair_records = records
+        self.engine_directory = path
+
+    def set(self, **kwargs):
+        if kwargs:
+            raise ValueError(
+                f"cannot change {', '.join(kwargs)}: the engine reads its input files once per "
+                "process, so the pair keywords, run settings and slabs are fixed when the "
+                "calculator is made"
+            )
+        return {}
+
+    def calculate(self, atoms=None, properties=("energy",), system_changes=all_changes):
+        super().calculate(atoms, properties, system_changes)
+        atoms = self.atoms
+        natoms = len(atoms)
+        box = _box_lengths(atoms)
+        symbols = [species_symbol(s) for s in atoms.get_chemical_symbols()]
+        number = {s: k for k, s in enumerate(dict.fromkeys(symbols))}  # order of appearance
+        species = list(number)
+        self._check_pairs_covered(species)
+        specie = np.array([number[s] for s in symbols], dtype=np.int32)
+        pos = _wrapped_positions(atoms, box).reshape(-1)
+        charge = np.ascontiguousarray(atoms.get_initial_charges(), dtype=float)
+        force = np.zeros(3 * natoms)
+        kearray = np.zeros(natoms)
+        pearray = np.zeros(natoms)
+        everyone = np.zeros(0, dtype=np.int32)
+        pbc = tuple(int(bool(p)) for p in atoms.pbc)
+        if natoms == 0:  # the module takes no empty arrays; nothing interacts
+            self.results = {"energy": 0.0, "free_energy": 0.0, "energies": pearray,
+                            "forces": force.reshape(0, 3)}
+            return
+
+        with _session.lock:
+            previous = os.getcwd()
+            os.chdir(self.engine_directory)
+            try:
+                engine = self._prepared_engine(pbc)
+                energy, _, _, status = engine.calcforce(
+                    -1, "".join(species), specie, pos, charge, force, kearray, pearray,
+                    box[0], box[1], box[2], everyone, everyone,
+                )
+            finally:
+                os.chdir(previous)
+        if status != 0:
+            raise LostAtomError(self._lost_atom_report(pos.reshape(-1, 3), box, symbols))
+        self.results = {
+            "energy": energy,
+            "free_energy": energy,
+            "energies": pearray,
+            "forces": force.reshape(natoms, 3),
+        }
+
+    def _prepared_engine(self, pbc: tuple[int, int, int]):
+        """The extension module with "pelix.IN" loaded and the periodic flags set; called
+        inside the engine directory."""
+        import PELIXInterface
+
+        for name in ("pelix.IN", "lattice.IN", "potfor.IN"):
+            if not Path(name).is_file():
+                raise FileNotFoundError(f"\"{name}\" has gone from {self.engine_directory}")
+        if not _session.config_loaded:
+            if PELIXInterface.read_pelix_in() != 0:
+                raise FileNotFoundError(f"no \"pelix.IN\" in {self.engine_directory}")
+            _session.config_loaded = True
+            _session.pbc = None
+            _session.simutype = Path("pelix.IN").read_text().splitlines()[2][:5]
+        if _session.pbc != pbc:
+            PELIXInterface.set_pbcs(*pbc)
+            _session.pbc = pbc
+        return PELIXInterface
+
+    def _check_pairs_covered(self, species: list[str]) -> None:
+        """Refuses species pairs without a record or with a keyword outside the catalogue,
+        which would stop the engine (and the process) during the set-up."""
+        keyword = {frozenset((a, b)): k for a, b, k in _session.pair_records}  # last one wins
+        pairs = [(a, b) for n, a in enumerate(species) for b in species[n:]]
+        missing = [f"{a}-{b}" for a, b in pairs if frozenset((a, b)) not in keyword]
+        if missing:
+            raise ValueError(
+                f"\"potfor.IN\" in {self.engine_directory} names no potential for the species "
+                f"pair(s) {', '.join(missing)}; every pair of the species present needs a "
+                "record (one-letter elements are written with an underscore, e.g. O_)"
+            )
+        for a, b in pairs:
+            try:
+                potential_keyword(keyword[frozenset((a, b))])
+            except ValueError as error:
+                raise ValueError(f"\"potfor.IN\", pair {a}-{b}: {error}") from None
+
+    def _lost_atom_report(self, pos: np.ndarray, box: np.ndarray, symbols: list[str]) -> str:
+        low = np.full(3, -_LOST_ATOM_MARGIN)
+        if _session.simutype == "INDEN":
+            low[1] += _INDENTATION_FLOOR
+        high = box + _LOST_ATOM_MARGIN
+        inside = np.all((pos >= low) & (pos < high), axis=1)
+        lost = np.flatnonzero(~inside)
+        region = ", ".join(
+            f"[{lo:g}, {hi:g}) along {axis}" for lo, hi, axis in zip(low, high, "xyz")
+        )
+        if lost.size == 0:
+            return f"the engine reported a lost atom; atoms must lie in {region}"
+        first = lost[0]
+        more = f" ({lost.size} atoms in all)" if lost.size > 1 else ""
+        return (
+            f"atom {first} ({symbols[first].rstrip('_')}) at {tuple(pos[first].tolist())} is "
+            f"lost: atoms must lie in {region}{more}; the engine made no force call"
+        )
