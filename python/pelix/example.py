@@ -22,7 +22,7 @@ BCC_IRON_LATTICE = 2.8665  # A
 
 @dataclass(frozen=True)
 class Case:
-    """A bcc iron host with some sites taken by solutes, and the pair keywords to use."""
+    """A bcc iron host, possibly with some sites taken by solutes, and the pair keywords."""
 
     description: str
     species: tuple[str, ...]  # two-character symbols; the host is the first
@@ -31,6 +31,12 @@ class Case:
 
 
 CASES = {
+    "fe": Case(
+        "bcc iron, embedded-atom potential with ZBL at short range (ACKLAND)",
+        ("Fe",),
+        0.0,
+        (("Fe", "Fe", "ACKLAND"),),
+    ),
     "fetiyo": Case(
         "bcc iron with titanium, yttrium and oxygen solutes, Buckingham pairs (BUCKBW)",
         ("Fe", "Ti", "Y_", "O_"),
@@ -68,6 +74,8 @@ def solute_species(natoms: int, case: Case, rng: np.random.Generator) -> np.ndar
     """Species numbers: host everywhere, solutes on randomly chosen sites."""
     specie = np.zeros(natoms, dtype=np.int32)
     solutes = len(case.species) - 1
+    if solutes == 0:
+        return specie
     per_solute = max(1, round(case.solute_fraction * natoms / solutes))
     sites = rng.permutation(natoms)[: per_solute * solutes]
     for s in range(solutes):
@@ -77,7 +85,7 @@ def solute_species(natoms: int, case: Case, rng: np.random.Generator) -> np.ndar
 
 def main(argv: list[str] | None = None) -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--case", choices=sorted(CASES), default="fetiyo")
+    parser.add_argument("--case", choices=sorted(CASES), default="fe")
     parser.add_argument("--list", action="store_true", help="describe the cases and stop")
     parser.add_argument("--cells", type=int, default=6, help="unit cells per axis")
     parser.add_argument("--calls", type=int, default=5, help="number of force calls")
