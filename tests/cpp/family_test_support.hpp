@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
@@ -23,6 +25,27 @@ std::string nrerror_line(Action&& action) {
         return error.lines().at(0);
     }
     return "no stop";
+}
+
+// Neighbour lists given atom by atom as (neighbour, image code) pairs, every listed atom
+// counted as local, and zeroed forces and per-atom energies for as many atoms.
+inline void set_neighbour_lists(
+    Engine& engine, const std::vector<std::vector<std::pair<int32_t, int32_t>>>& lists) {
+    ForceFieldState& ff = engine.ff;
+    for (const auto& list : lists) {
+        ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+        for (const auto& [j, image] : list) {
+            ff.nebour.push_back(j);
+            ff.pbctyp.push_back(image);
+        }
+    }
+    ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+    const std::size_t n = lists.size();
+    engine.sd.myltpnebs = static_cast<int32_t>(n);
+    ff.fx.assign(n, 0.0);
+    ff.fy.assign(n, 0.0);
+    ff.fz.assign(n, 0.0);
+    engine.atoms.pe.assign(n, 0.0);
 }
 
 // Atoms 0 and 1 of atomic numbers za and zb, 2 A apart on x, both species pairs given to

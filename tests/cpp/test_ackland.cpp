@@ -127,24 +127,6 @@ TEST(Ackland, IronPairIsScreenedRepulsionThenExponentialBridgeThenKnotSum) {
     }
 }
 
-TEST(Ackland, ForcesAreMinusTheSlopeOfPairTermAndDensityInEveryRegion) {
-    const AcklandState state = set_up();
-    const double h = 1e-6;
-    for (int32_t t = 1; t <= 3; ++t) {
-        for (double r : {0.7, 1.3, 1.8, 2.05, 2.45, 2.95, 3.45, 4.0, 4.4, 4.9}) {
-            const double f = ackland_pair(state, t, r).f;
-            const double slope =
-                (ackland_pair(state, t, r + h).v - ackland_pair(state, t, r - h).v) / (2 * h);
-            EXPECT_NEAR(f, -slope, 1e-7 * (std::abs(f) + 1e-3)) << t << " " << r;
-            const double drho = ackland_density(state, t, r).drho;
-            const double rho_slope =
-                (ackland_density(state, t, r + h).rho - ackland_density(state, t, r - h).rho) /
-                (2 * h);
-            EXPECT_NEAR(drho, rho_slope, 1e-7 * (std::abs(drho) + 1e-3)) << t << " " << r;
-        }
-    }
-}
-
 TEST(Ackland, DimersCarryHalfThePairTermAndTheirOwnEmbedding) {
     // Iron at 2.5: density from the second and third knots only.
     const Expected pair = cubes(kFeRs, kFeAs, 2.5);

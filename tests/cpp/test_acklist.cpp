@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "engine/engine.hpp"
 #include "family_test_support.hpp"
 #include "potentials/acklist.hpp"
-#include "scratch_dir.hpp"
+#include "table_files.hpp"
 
 namespace pelix {
 namespace {
@@ -42,23 +40,15 @@ double outer_density_slope(double r) {
 class Acklist : public ::testing::Test {
   protected:
     void SetUp() override {
-        previous_ = std::filesystem::current_path();
-        std::filesystem::current_path(scratch_.path(""));
         std::filesystem::create_directories("POTFOR-SPLINES");
         write_table(1.5, 5.0, 351);
     }
-    void TearDown() override { std::filesystem::current_path(previous_); }
 
     // n equally spaced samples of the Morse well from `first` to `last`.
-    static void write_table(double first, double last, int n) {
-        std::ofstream out{std::string(kAcklistTableFile)};
-        out << n << '\n';
-        char line[128];
-        for (int k = 0; k < n; ++k) {
-            const double x = first + (last - first) * k / (n - 1);
-            std::snprintf(line, sizeof line, "%.17g %.17g %.17g\n", x, morse(x), morse_force(x));
-            out << line;
-        }
+    void write_table(double first, double last, int n) {
+        dir_.write(std::string(kAcklistTableFile),
+                   test_support::sampled_table(n, first, last, morse,
+                                               [](double r) { return -morse_force(r); }));
     }
 
     // Two iron atoms r apart on x, evaluated once after `setups` set-ups.
@@ -71,9 +61,7 @@ class Acklist : public ::testing::Test {
         return engine;
     }
 
-  private:
-    test_support::ScratchDir scratch_;
-    std::filesystem::path previous_;
+    test_support::ScratchWorkingDir dir_;
 };
 
 TEST_F(Acklist, EverySetUpReadsTheTableAndMultipliesTheCutOffByTheLatticeConstant) {

@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,10 +10,9 @@
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
 #include "interface/driver.hpp"
+#include "table_files.hpp"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // Pushes every atom along +x with a force that the test chooses, and gives each 0.25 eV.
 std::vector<double> push_forces;
@@ -47,25 +44,12 @@ std::string pelix_in(int pbc) {
 class DriverTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        previous_ = fs::current_path();
-        dir_ =
-            fs::temp_directory_path() /
-            ("pelix-driver-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-             "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir_);
-        fs::current_path(dir_);
         write("pelix.IN", pelix_in(1));
         write("lattice.IN", "1\nFX 0.0 2.0\n0\n0\n");
         write("potfor.IN", "title\ncomment\n1\nFe Fe PUSH\n");
         engine_.catalogue = kPushTable;
     }
-    void TearDown() override {
-        fs::current_path(previous_);
-        fs::remove_all(dir_);
-    }
-    static void write(const std::string& name, const std::string& text) {
-        std::ofstream(name) << text;
-    }
+    void write(const std::string& name, const std::string& text) { dir_.write(name, text); }
 
     // Four Fe atoms along x at 1, 3, 5, 7 in a 10 A box; the first lies in the fixed slab.
     pelix::CalcForceResult run(const std::vector<int32_t>& calc = {},
@@ -99,7 +83,7 @@ class DriverTest : public ::testing::Test {
     }
 
     pelix::Engine engine_;
-    fs::path previous_, dir_;
+    pelix::test_support::ScratchWorkingDir dir_;
     std::vector<int32_t> specie_ = {0, 0, 0, 0};
     std::vector<double> charge_ = {0, 0, 0, 0};
     std::vector<double> pos_, force_ = std::vector<double>(12, -1.0), ke_ = {9, 9, 9, 9},
@@ -142,19 +126,6 @@ TEST_F(DriverTest, SubsetsMapStagingPositionsToCallerAtoms) {
     EXPECT_EQ(force_[0], 0.0);
     EXPECT_EQ(result.maxforceatom, -1);
     EXPECT_DOUBLE_EQ(result.totalenergy, 0.25);
-}
-
-TEST_F(DriverTest, LatticeFileIsReadOnlyWhenTheBoxChanges) {
-    push_forces = {1.0, 1.0, 1.0, 1.0};
-    run();
-    // A changed file is not seen while the box stays the same ...
-    write("lattice.IN", "0\n0\n0\n");
-    run();
-    EXPECT_EQ(force_[0], 0.0);
-    // ... and a box change reads it again.
-    engine_.atoms.lx = 0.0;
-    run();
-    EXPECT_EQ(force_[0], 1.0);
 }
 
 TEST_F(DriverTest, EmptyConfigurationStopsInTheNeighbourSetUp) {

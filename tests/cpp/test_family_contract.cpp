@@ -9,6 +9,7 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "family_test_support.hpp"
 #include "potentials/family_contract.hpp"
 
 namespace pelix {
@@ -92,19 +93,8 @@ Engine spring_engine() {
         {{0, 0}},
         {{0, -9}},
     };
-    for (const auto& list : lists) {
-        ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
-        for (const auto& [j, image] : list) {
-            ff.nebour.push_back(j);
-            ff.pbctyp.push_back(image);
-        }
-    }
-    ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
-    engine.sd.myltpnebs = 6;
+    test_support::set_neighbour_lists(engine, lists);
     engine.atoms.mylt = 6;
-    ff.fx.assign(6, 0.0);
-    ff.fy.assign(6, 0.0);
-    ff.fz.assign(6, 0.0);
     engine.atoms.pe.assign(6, 7.0);
     return engine;
 }
@@ -112,7 +102,7 @@ Engine spring_engine() {
 // Five selected atoms; B x F = 1.25 gives a capacity of trunc(6.25) = 6, the bond count.
 using RoomySpring = SpringFamily<1.25, 1.0, false>;
 
-TEST(FamilyContract, BuildsBondsFromBothSidesWithinStrictCutoffAndOwnPairsOnly) {
+TEST(FamilyContract, BondsFromBothSidesWithinStrictCutoffGiveSplitEnergiesAndBalancedForces) {
     Engine engine = spring_engine();
     RoomySpring family;
     evaluate_family(engine, family);
@@ -140,38 +130,6 @@ TEST(FamilyContract, BuildsBondsFromBothSidesWithinStrictCutoffAndOwnPairsOnly) 
     // The bond list does not outlive the evaluation.
     EXPECT_TRUE(engine.ff.bonds.neb.empty());
     EXPECT_TRUE(engine.ff.bonds.datum.empty());
-}
-
-TEST(FamilyContract, OverflowStopsOnlyWhenABondWouldPassTheCapacity) {
-    {  // capacity 6 for 6 bonds: fits exactly
-        Engine engine = spring_engine();
-        RoomySpring family;
-        EXPECT_NO_THROW(evaluate_family(engine, family));
-    }
-    {  // capacity trunc(5 x 1 x 1) = 5: the sixth bond stops
-        Engine engine = spring_engine();
-        SpringFamily<1.0, 1.0, false> family;
-        try {
-            evaluate_family(engine, family);
-            FAIL() << "expected the overflow stop";
-        } catch (const FatalError& error) {
-            EXPECT_EQ(error.lines().at(0), " nrerror: SPRING_NEB: NEBTOT > INTERSIZE");
-            EXPECT_EQ(error.exit_status(), kExitFatal);
-        }
-        EXPECT_TRUE(family.interact_calls.empty());
-    }
-    {  // the same factors counted over all six local atoms give room for the sixth bond
-        Engine engine = spring_engine();
-        SpringFamily<1.0, 1.0, true> family;
-        EXPECT_NO_THROW(evaluate_family(engine, family));
-        EXPECT_EQ(family.seen.intersize, 6);
-    }
-}
-
-TEST(FamilyContract, PairTermsSplitEnergyAndBalanceForces) {
-    Engine engine = spring_engine();
-    RoomySpring family;
-    evaluate_family(engine, family);
 
     // Bonds 0-2 (stretch 0.7), 0-3 (stretch 0.2), 0-5 (stretch -0.2), each counted once.
     const auto& pe = engine.atoms.pe;
@@ -201,6 +159,22 @@ TEST(FamilyContract, PairTermsSplitEnergyAndBalanceForces) {
     EXPECT_NEAR(sz, 0.0, 1e-14);
     EXPECT_EQ(ff.fx[4], 0.0);
     EXPECT_EQ(ff.fx[1], 0.0);
+}
+
+TEST(FamilyContract, OverflowStopsOnlyWhenABondWouldPassTheCapacity) {
+    {  // capacity trunc(5 x 1 x 1) = 5: the sixth bond stops
+        Engine engine = spring_engine();
+        SpringFamily<1.0, 1.0, false> family;
+        EXPECT_EQ(test_support::nrerror_line([&] { evaluate_family(engine, family); }),
+                  " nrerror: SPRING_NEB: NEBTOT > INTERSIZE");
+        EXPECT_TRUE(family.interact_calls.empty());
+    }
+    {  // the same factors counted over all six local atoms give room for the sixth bond
+        Engine engine = spring_engine();
+        SpringFamily<1.0, 1.0, true> family;
+        EXPECT_NO_THROW(evaluate_family(engine, family));
+        EXPECT_EQ(family.seen.intersize, 6);
+    }
 }
 
 TEST(FamilyContract, FamilyWithoutItsElementsTouchesNothing) {

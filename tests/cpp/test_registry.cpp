@@ -6,15 +6,16 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "family_test_support.hpp"
 #include "interaction/registry.hpp"
 #include "potentials/catalogue.hpp"
+#include "scratch_dir.hpp"
 
 namespace pelix {
 namespace {
@@ -66,42 +67,21 @@ class Registry : public ::testing::Test {
     }
     void SetUp() override {
         call_log().clear();
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               ("pelix_registry_" + std::string(info->name()) + "_" +
-                std::to_string(reinterpret_cast<std::uintptr_t>(this)));
-        std::filesystem::remove_all(dir_);
-        std::filesystem::create_directories(dir_);
         engine_ = fresh_engine();
     }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    std::string write_potfor(const std::string& body) {
-        const std::string path = (dir_ / "potfor.IN").string();
-        std::ofstream(path) << body;
-        return path;
-    }
+    std::string write_potfor(const std::string& body) { return dir_.write("potfor.IN", body); }
     void setup(const std::vector<std::string>& symbols, const std::string& path) {
         setup_interaction_parameters(engine_, static_cast<int32_t>(symbols.size()), symbols, 1,
                                      path);
     }
-    // The message of the nrerror stop thrown by `action`.
+    // The message of the nrerror stop thrown by `action`, without its " nrerror: " prefix.
     template <class Action>
-    std::string stop_message(Action action) {
-        try {
-            action();
-        } catch (const FatalError& error) {
-            EXPECT_EQ(error.exit_status(), kExitFatal);
-            EXPECT_EQ(error.lines().size(), 2u);
-            const std::string prefix = " nrerror: ";
-            EXPECT_EQ(error.lines().at(0).substr(0, prefix.size()), prefix);
-            return error.lines().at(0).substr(prefix.size());
-        }
-        ADD_FAILURE() << "no fatal stop";
-        return {};
+    static std::string stop_message(Action action) {
+        const std::string line = test_support::nrerror_line(action);
+        return line.rfind(" nrerror: ", 0) == 0 ? line.substr(10) : line;
     }
 
-    std::filesystem::path dir_;
+    test_support::ScratchDir dir_;
     Engine engine_;
 };
 
@@ -236,12 +216,7 @@ TEST_F(Registry, FileIsReadOncePerEngineAndFinaliseReleasesThePerCallArrays) {
 }
 
 TEST_F(Registry, MissingFileIsAnInputError) {
-    try {
-        setup({"Fe"}, (dir_ / "potfor.IN").string());
-        FAIL() << "expected an input error";
-    } catch (const FatalError& error) {
-        EXPECT_EQ(error.exit_status(), kExitInput);
-    }
+    test_support::input_error_text([&] { setup({"Fe"}, dir_.path("potfor.IN")); });
     EXPECT_FALSE(engine_.registry.read_potforin);
 }
 
@@ -258,16 +233,6 @@ TEST_F(Registry, CutoffQueriesOfChargeEquilibrationAndUnknownKeywords) {
               "CUT_OFF_DISTANCE_SQUARED: POTYPE is unknown");
     EXPECT_EQ(stop_message([&] { sd_cutoff_distance(engine_, anum, 1, 1, 0.3); }),
               "SD_CUTOFF_DISTANCE: POTYPE is unknown");
-}
-
-TEST_F(Registry, BuiltInCatalogueSetsUpZero) {
-    Engine engine;
-    engine.config.multipole_flag = 1;
-    engine.families.zero.zero_idnum = -1;
-    setup_interaction_parameters(engine, 1, {"Fe"}, 1, write_potfor("t\nc\n1\nFe Fe ZERO\n"));
-    EXPECT_EQ(engine.families.zero.zero_idnum, 1);
-    EXPECT_EQ(cutoff_distance_squared(engine, {26}, 0, 0), 0.0);
-    EXPECT_EQ(sd_cutoff_distance(engine, {26}, 0, 0, 0.3), 0.3);
 }
 
 }  // namespace

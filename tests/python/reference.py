@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from pathlib import Path
+
 import numpy as np
 
 
@@ -31,3 +33,13 @@ def pair_sums(specie, pos, box, periodic, pair_term):
             force[j] += f * d / r
             force[i] -= f * d / r
     return pe.sum(), pe, force.ravel()
+
+
+def write_table(path, x0: float, x1: float, n: int, columns) -> None:
+    """A table file of n records "x c1 c2 ..." at x = x0 .. x1 evenly spaced, count first,
+    with the columns that columns(x) returns; its folder is made when missing."""
+    path = Path(path)
+    path.parent.mkdir(parents=True, exist_ok=True)
+    xs = [x0 + (x1 - x0) * k / (n - 1) for k in range(n)]
+    records = [" ".join(repr(float(v)) for v in (x, *columns(x))) for x in xs]
+    path.write_text("\n".join([str(n)] + records) + "\n")

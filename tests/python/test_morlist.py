@@ -29,11 +29,8 @@ def morse(pair, r):
 
 def use_tables(workdir, periodic, n=2000):
     workdir.use_pairs(PAIRS, periodic)
-    (workdir.path / "POTFOR-SPLINES").mkdir(exist_ok=True)
     for pair, (_, _, _, first, last) in MORSE.items():
-        rows = [(first + (last - first) * k / (n - 1),) for k in range(n)]
-        lines = [f"{r!r} {morse(pair, r)[0]!r} {morse(pair, r)[1]!r}" for (r,) in rows]
-        workdir.write(FILES[pair], "\n".join([str(n)] + lines) + "\n")
+        workdir.write_table(FILES[pair], first, last, n, lambda r: morse(pair, r))
 
 
 def disordered(seed, periodic, n=18):

@@ -6,7 +6,6 @@ import math
 import numpy as np
 import pytest
 
-from pelix.inputs import potfor_in_text
 from reference import pair_sums
 
 SPECIES = "P_Fe"
@@ -125,65 +124,9 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
         e0, r0, b, cutin, sr_cutoff = CONSTANTS[pair]
         assert min(abs(r - edge) for edge in (sr_cutoff, cutin, r0, 1.4 * r0)) > 1e-3
     workdir.use_pairs(PAIRS, periodic)
-    out = workdir.ok(
-        f"""
-        specie, pos, box = {SPECIE!r}, np.array({pos.tolist()!r}), {BOX!r}
-        result, out = call({SPECIES!r}, specie, pos, box)
-        assert result[3] == 0, result
-        f = out["force"].reshape(-1, 3)
-        assert np.abs(f.sum(axis=0)).max() < 1e-11 * np.abs(f).max(), f.sum(axis=0)
-        h = 1e-5
-        numeric = np.zeros_like(pos)
-        for k in range(pos.size):
-            plus, minus = pos.copy(), pos.copy()
-            plus[k] += h
-            minus[k] -= h
-            numeric[k] = -(energy({SPECIES!r}, specie, plus, box)
-                           - energy({SPECIES!r}, specie, minus, box)) / (2 * h)
-        # Error per atom, relative to that atom's own force (the repulsive pairs are a
-        # thousand times stronger than the Morse tails).
-        error = np.abs(out["force"] - numeric).reshape(-1, 3).max(axis=1)
-        scale = np.maximum(np.abs(f).max(axis=1), 1e-3)
-        print(float((error / scale).max()))
-        """
-    )
-    assert float(out.splitlines()[-1]) < 1e-6
+    assert workdir.gradient_error(SPECIES, SPECIE, pos, BOX, per_atom=True) < 1e-6
 
 
 def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
     workdir.use_pairs(PAIRS, True)
-    pos = np.array(POSITIONS).reshape(-1, 3)
-    box = np.array(BOX)
-    shifted = np.mod(pos + np.array([5.3, -7.1, 4.55]), box)
-    order = np.random.default_rng(2).permutation(len(SPECIE))
-    configurations = [
-        (SPECIE, pos.ravel().tolist()),
-        (SPECIE, shifted.ravel().tolist()),
-        ([SPECIE[k] for k in order], pos[order].ravel().tolist()),
-    ]
-    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = workdir.run_calls(SPECIES, configurations, BOX)
-    scale = np.abs(f0).max()
-    assert e1 == pytest.approx(e0, rel=1e-12)
-    np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-12)
-    np.testing.assert_allclose(f1, f0, rtol=0, atol=1e-10 * scale)
-    assert e2 == pytest.approx(e0, rel=1e-12)
-    np.testing.assert_allclose(pe2, pe0[order], rtol=1e-10, atol=1e-12)
-    np.testing.assert_allclose(f2.reshape(-1, 3), f0.reshape(-1, 3)[order], rtol=0,
-                               atol=1e-10 * scale)
-
-
-def test_iron_pair_given_to_the_family_stops_while_the_cutoffs_are_sized(workdir):
-    workdir.write("potfor.IN", potfor_in_text([("P_", "P_", "MORSEPT"), ("P_", "Fe", "MORSEPT"),
-                                               ("Fe", "Fe", "MORSEPT")]))
-    done = workdir.run(
-        """
-        print("before the call", flush=True)
-        call("P_Fe", [0, 1], [1.0, 1.0, 1.0, 5.0, 5.0, 5.0], (10.0, 10.0, 10.0))
-        print("unreachable")
-        """
-    )
-    assert done.returncode == 1, done.stdout + done.stderr
-    lines = [line.strip() for line in done.stdout.splitlines()]
-    assert lines == ["before the call",
-                     "nrerror: FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ",
-                     "program terminated by nerror"]
+    workdir.check_translation_and_renumbering(SPECIES, SPECIE, POSITIONS, BOX, (5.3, -7.1, 4.55))

@@ -41,15 +41,12 @@ def embed(e, p):
 def use_tables(workdir, periodic, n=2000):
     workdir.use_pairs(PAIRS, periodic)
 
-    def write(name, x0, x1, f):
-        xs = [x0 + (x1 - x0) * k / (n - 1) for k in range(n)]
-        workdir.write(name, "\n".join([str(n)] + [f"{x!r} {f(x)[0]!r}" for x in xs]) + "\n")
-
     for t in MORSE:
-        write(f"p{SYMBOLS[t[0]]}{SYMBOLS[t[1]]}.IN", 1.0, 5.5, lambda r: pair(t, r))
+        workdir.write_table(f"p{SYMBOLS[t[0]]}{SYMBOLS[t[1]]}.IN", 1.0, 5.5, n,
+                            lambda r: pair(t, r)[:1])
     for e, symbol in enumerate(SYMBOLS):
-        write(f"rho{symbol}.IN", 1.0, 5.5, lambda r: rho(e, r))
-        write(f"F_{symbol}.IN", 0.0, 20.0, lambda p: embed(e, p))
+        workdir.write_table(f"rho{symbol}.IN", 1.0, 5.5, n, lambda r: rho(e, r)[:1])
+        workdir.write_table(f"F_{symbol}.IN", 0.0, 20.0, n, lambda p: embed(e, p)[:1])
 
 
 def bonds(pos, periodic):

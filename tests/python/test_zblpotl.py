@@ -6,7 +6,6 @@ import math
 import numpy as np
 import pytest
 
-from pelix.inputs import potfor_in_text
 from reference import pair_sums
 
 SPECIES = "FeC_O_"
@@ -95,55 +94,11 @@ def test_forces_are_minus_the_energy_gradient_and_sum_to_zero(workdir, periodic)
     box = np.array([9.0, 9.5, 10.0])
     workdir.use_pairs(PAIRS, periodic)
     specie, pos = random_cluster(11, 14, box, periodic=periodic)
-    out = workdir.ok(
-        f"""
-        specie, pos, box = {specie!r}, np.array({pos!r}), {tuple(box)!r}
-        result, out = call({SPECIES!r}, specie, pos, box)
-        assert result[0] > 0.0, result
-        f = out["force"].reshape(-1, 3)
-        assert np.abs(f.sum(axis=0)).max() < 1e-10 * np.abs(f).max(), f.sum(axis=0)
-        print(fd_force_error({SPECIES!r}, specie, pos, box))
-        """
-    )
-    assert float(out.splitlines()[-1]) < 1e-6
+    assert workdir.gradient_error(SPECIES, specie, pos, box) < 1e-6
 
 
 def test_translation_across_the_boundary_and_renumbering_change_nothing(workdir):
-    box = np.array([9.0, 9.5, 10.0])
+    box = (9.0, 9.5, 10.0)
     workdir.use_pairs(PAIRS, True)
-    specie, pos = random_cluster(5, 16, box)
-    pos = np.array(pos).reshape(-1, 3)
-    shifted = np.mod(pos + np.array([4.3, -7.1, 5.55]), box)
-    order = np.random.default_rng(2).permutation(len(specie))
-    configurations = [
-        (specie, pos.ravel().tolist()),
-        (specie, shifted.ravel().tolist()),
-        ([specie[k] for k in order], pos[order].ravel().tolist()),
-    ]
-    (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = workdir.run_calls(SPECIES, configurations, box)
-    assert e0 > 0.0
-    scale = np.abs(f0).max()
-    assert e1 == pytest.approx(e0, rel=1e-12)
-    np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-14)
-    np.testing.assert_allclose(f1, f0, rtol=0, atol=1e-10 * scale)
-    assert e2 == pytest.approx(e0, rel=1e-12)
-    np.testing.assert_allclose(pe2, pe0[order], rtol=1e-10, atol=1e-14)
-    np.testing.assert_allclose(f2.reshape(-1, 3), f0.reshape(-1, 3)[order], rtol=0,
-                               atol=1e-10 * scale)
-
-
-def test_silver_pair_stops_while_the_cutoffs_are_sized(workdir):
-    workdir.write("potfor.IN", potfor_in_text([("Ag", "Ag", "ZBLPOTL"), ("Ag", "C_", "ZBLPOTL"),
-                                               ("C_", "C_", "ZERO")]))
-    done = workdir.run(
-        """
-        print("before the call", flush=True)
-        call("AgC_", [0, 1], [1.0, 1.0, 1.0, 5.0, 5.0, 5.0], (10.0, 10.0, 10.0))
-        print("unreachable")
-        """
-    )
-    assert done.returncode == 1, done.stdout + done.stderr
-    lines = [line.strip() for line in done.stdout.splitlines()]
-    assert lines == ["before the call",
-                     "nrerror: ZBLPOTL_MAPIJ: Ag-Ag interaction is not implemented",
-                     "program terminated by nerror"]
+    specie, pos = random_cluster(5, 16, np.array(box))
+    workdir.check_translation_and_renumbering(SPECIES, specie, pos, box, (4.3, -7.1, 5.55))
