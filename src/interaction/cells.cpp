@@ -5,10 +5,13 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "common/fatal_error.hpp"
 #include "common/list_output.hpp"
 #include "engine/engine.hpp"
+#include "interaction/occupied_cells.hpp"
 
 namespace pelix {
 
@@ -80,69 +83,135 @@ inline int32_t bin_along(double& c, const AxisBins& axis, double length) {
     }
 }
 
-// Puts atoms 0..mylt-1 at the head of their cells' chains, in increasing index order.
+// Limits of the three axes of the grid as the binning sees them.
+struct GridBins {
+    AxisBins x, y, z;
+    double lx, ly, lz;
+    int64_t my, mz;
+
+    explicit GridBins(const CellGrid& grid)
+        : x{grid.neb_westlim, grid.neb_eastlim, grid.wx, grid.mx},
+          y{grid.neb_downlim, grid.neb_uplim, grid.wy, grid.my},
+          z{grid.neb_southlim, grid.neb_northlim, grid.wz, grid.mz},
+          lx(grid.neb_lx),
+          ly(grid.neb_ly),
+          lz(grid.neb_lz),
+          my(grid.my),
+          mz(grid.mz) {}
+
+    // Cell number of a position; with `Fold` the periodic coordinates are folded in place.
+    template <bool Fold, bool PX, bool PY, bool PZ>
+    int64_t cell_number(double& cx, double& cy, double& cz) const {
+        const int64_t ix = bin_along<Fold, PX>(cx, x, lx);
+        const int64_t iy = bin_along<Fold, PY>(cy, y, ly);
+        const int64_t iz = bin_along<Fold, PZ>(cz, z, lz);
+        return (ix * my + iy) * mz + iz;
+    }
+};
+
+// The cell number of every local atom 0..mylt-1, in increasing atom index.
 template <bool Fold, bool PX, bool PY, bool PZ>
-void bin_atoms(Engine& engine) {
-    CellGrid& grid = engine.cells;
+void number_cells(Engine& engine, std::vector<int64_t>& cell) {
+    const GridBins bins(engine.cells);
     ForceFieldState& ff = engine.ff;
     const int32_t mylt = engine.atoms.mylt;
-    if (grid.celatm.size() < static_cast<std::size_t>(mylt))
-        grid.celatm.resize(static_cast<std::size_t>(mylt), -1);
-
-    const AxisBins xaxis{grid.neb_westlim, grid.neb_eastlim, grid.wx, grid.mx};
-    const AxisBins yaxis{grid.neb_downlim, grid.neb_uplim, grid.wy, grid.my};
-    const AxisBins zaxis{grid.neb_southlim, grid.neb_northlim, grid.wz, grid.mz};
-    const double lx = grid.neb_lx, ly = grid.neb_ly, lz = grid.neb_lz;
-    const int64_t my = grid.my, mz = grid.mz;
     double* rx = ff.rx.data();
     double* ry = ff.ry.data();
     double* rz = ff.rz.data();
-    int32_t* celhead = grid.celhead.data();
+    cell.resize(static_cast<std::size_t>(mylt));
+    int64_t* out = cell.data();
+    for (int32_t i = 0; i < mylt; ++i)
+        out[i] = bins.cell_number<Fold, PX, PY, PZ>(rx[i], ry[i], rz[i]);
+}
+
+// Chains the atoms of each cell, higher index first, and lists the first atom of every occupied
+// cell in increasing cell number. The occupied cells are numbered through the occupancy bitmap,
+// or on grids too fine for it by sorting the (cell, atom) pairs, so that nothing is stored for
+// the empty cells beyond their bits.
+void link_cells(CellGrid& grid, const std::vector<int64_t>& cell) {
+    const auto atoms = static_cast<int32_t>(cell.size());
+    if (grid.celatm.size() < cell.size())
+        grid.celatm.resize(cell.size(), -1);
     int32_t* celatm = grid.celatm.data();
 
-    for (int32_t i = 0; i < mylt; ++i) {
-        const int64_t ix = bin_along<Fold, PX>(rx[i], xaxis, lx);
-        const int64_t iy = bin_along<Fold, PY>(ry[i], yaxis, ly);
-        const int64_t iz = bin_along<Fold, PZ>(rz[i], zaxis, lz);
-        const int64_t cell = (ix * my + iy) * mz + iz;
-        celatm[i] = celhead[cell];
-        celhead[cell] = i;
+    if (cell_lookup_for(grid.mxyz, atoms) != CellLookup::hash) {
+        OccupancyBitmap occupancy(grid.mxyz);
+        for (int64_t c : cell)
+            occupancy.mark(c);
+        grid.celhead.assign(static_cast<std::size_t>(occupancy.number_occupied()), -1);
+        // Inserting the atoms in increasing index at the heads of their chains.
+        int32_t* celhead = grid.celhead.data();
+        for (int32_t i = 0; i < atoms; ++i) {
+            int32_t& head = celhead[occupancy.find(cell[static_cast<std::size_t>(i)])];
+            celatm[i] = head;
+            head = i;
+        }
+        return;
+    }
+
+    struct CellAtom {
+        int64_t cell;
+        int32_t atom;
+    };
+    std::vector<CellAtom> sorted(cell.size());
+    for (int32_t i = 0; i < atoms; ++i)
+        sorted[static_cast<std::size_t>(i)] = {cell[static_cast<std::size_t>(i)], i};
+    std::sort(sorted.begin(), sorted.end(), [](const CellAtom& a, const CellAtom& b) {
+        return a.cell < b.cell || (a.cell == b.cell && a.atom < b.atom);
+    });
+    grid.celhead.clear();
+    for (std::size_t k = 0; k < sorted.size(); ++k) {
+        const bool first_of_cell = k == 0 || sorted[k].cell != sorted[k - 1].cell;
+        const bool last_of_cell = k + 1 == sorted.size() || sorted[k + 1].cell != sorted[k].cell;
+        celatm[sorted[k].atom] = first_of_cell ? -1 : sorted[k - 1].atom;
+        if (last_of_cell)
+            grid.celhead.push_back(sorted[k].atom);
+    }
+}
+
+// Bins the atoms: numbers their cells with the specialised loop, then chains them.
+template <bool Fold, bool PX, bool PY, bool PZ>
+void bin_atoms(Engine& engine) {
+    std::vector<int64_t> cell;
+    number_cells<Fold, PX, PY, PZ>(engine, cell);
+    link_cells(engine.cells, cell);
+}
+
+// Calls `visit` with the run's three periodic flags as compile-time constants
+// (std::bool_constant), so that the code it runs tests no flag.
+template <class Visit>
+decltype(auto) with_periodic_flags(const RunConfig& config, Visit&& visit) {
+    using P = std::true_type;
+    using O = std::false_type;
+    const int choice =
+        (config.pbcx == 1 ? 4 : 0) + (config.pbcy == 1 ? 2 : 0) + (config.pbcz == 1 ? 1 : 0);
+    switch (choice) {
+        case 0:
+            return visit(O{}, O{}, O{});
+        case 1:
+            return visit(O{}, O{}, P{});
+        case 2:
+            return visit(O{}, P{}, O{});
+        case 3:
+            return visit(O{}, P{}, P{});
+        case 4:
+            return visit(P{}, O{}, O{});
+        case 5:
+            return visit(P{}, O{}, P{});
+        case 6:
+            return visit(P{}, P{}, O{});
+        default:
+            return visit(P{}, P{}, P{});
     }
 }
 
 // Chooses the specialised binning loop for the run's periodic flags, once per call.
 template <bool Fold>
 void bin_atoms_for_flags(Engine& engine) {
-    const bool px = engine.config.pbcx == 1;
-    const bool py = engine.config.pbcy == 1;
-    const bool pz = engine.config.pbcz == 1;
-    const int choice = (px ? 4 : 0) + (py ? 2 : 0) + (pz ? 1 : 0);
-    switch (choice) {
-        case 0:
-            bin_atoms<Fold, false, false, false>(engine);
-            break;
-        case 1:
-            bin_atoms<Fold, false, false, true>(engine);
-            break;
-        case 2:
-            bin_atoms<Fold, false, true, false>(engine);
-            break;
-        case 3:
-            bin_atoms<Fold, false, true, true>(engine);
-            break;
-        case 4:
-            bin_atoms<Fold, true, false, false>(engine);
-            break;
-        case 5:
-            bin_atoms<Fold, true, false, true>(engine);
-            break;
-        case 6:
-            bin_atoms<Fold, true, true, false>(engine);
-            break;
-        default:
-            bin_atoms<Fold, true, true, true>(engine);
-            break;
-    }
+    with_periodic_flags(engine.config, [&](auto px, auto py, auto pz) {
+        constexpr bool PX = decltype(px)::value, PY = decltype(py)::value, PZ = decltype(pz)::value;
+        bin_atoms<Fold, PX, PY, PZ>(engine);
+    });
 }
 
 }  // namespace
@@ -174,14 +243,15 @@ void size_cell_grid(CellGrid& grid, double range) {
     grid.lxmwx = grid.neb_lx - grid.wx;
     grid.lymwy = grid.neb_ly - grid.wy;
     grid.lzmwz = grid.neb_lz - grid.wz;
-    grid.mxyz = static_cast<int64_t>(grid.mx) * grid.my * grid.mz;
-    if (grid.mxyz > std::numeric_limits<int32_t>::max()) {
+    // Only occupied cells are stored, so the count is bounded by the cell numbers alone.
+    const int64_t columns = static_cast<int64_t>(grid.mx) * grid.my;
+    if (columns > std::numeric_limits<int64_t>::max() / grid.mz) {
         fatal_stop({" SIZE_CELL_GRID: " + std::to_string(grid.mx) + " x " +
                     std::to_string(grid.my) + " x " + std::to_string(grid.mz) +
                     " cells are more than can be numbered; the interaction range " +
                     format_list_double(range) + " A is too short for the region"});
     }
-    grid.celhead.assign(static_cast<std::size_t>(grid.mxyz), -1);
+    grid.mxyz = columns * grid.mz;
 }
 
 void setup_pbc_offsets(Engine& engine) {
@@ -223,7 +293,7 @@ void setup_pbc_offsets(Engine& engine) {
 }
 
 void build_nebour_list(Engine& engine) {
-    std::fill(engine.cells.celhead.begin(), engine.cells.celhead.end(), -1);
+    engine.cells.celhead.clear();
     if (engine.registry.pot_numprocs != 1) {
         fatal_stop(
             {" BUILD_NEBOUR_LIST: POT_NUMPROCS = " + std::to_string(engine.registry.pot_numprocs) +
@@ -242,6 +312,18 @@ void cell_list(Engine& engine) {
 
 void nopbc_cell_list(Engine& engine) {
     bin_atoms_for_flags<false>(engine);
+}
+
+int64_t cell_of_atom(const Engine& engine, int32_t i) {
+    const GridBins bins(engine.cells);
+    double x = engine.ff.rx[static_cast<std::size_t>(i)];
+    double y = engine.ff.ry[static_cast<std::size_t>(i)];
+    double z = engine.ff.rz[static_cast<std::size_t>(i)];
+    // The binning's own cell number, without the folding it has already done.
+    return with_periodic_flags(engine.config, [&](auto px, auto py, auto pz) {
+        constexpr bool PX = decltype(px)::value, PY = decltype(py)::value, PZ = decltype(pz)::value;
+        return bins.cell_number<false, PX, PY, PZ>(x, y, z);
+    });
 }
 
 void checking_total_number_of_atoms(const std::string& tag, int32_t count, int32_t lt) {

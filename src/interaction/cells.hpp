@@ -19,15 +19,19 @@ struct CellGrid {
     int64_t mxyz = 1;
     double wx = 0, wy = 0, wz = 0;
     double lxmwx = 0, lymwy = 0, lzmwz = 0;
-    // celhead[c]: first atom (0-based) of cell c (0-based), -1 for an empty cell.
-    // celatm[i]: next atom in the same cell, -1 at the end of the chain.
+    // The atoms sorted into cells, held as chains. Only occupied cells have a chain, so the
+    // storage follows the atoms however fine the grid is: celhead[k] is the first atom
+    // (0-based) of the k-th occupied cell in increasing cell number, and celatm[i] the next
+    // atom in atom i's cell, -1 at the end of the chain. A chain lists its atoms in decreasing
+    // index order. The cell of a chain is the cell of any of its atoms (cell_of_atom).
     std::vector<int32_t> celhead;
     std::vector<int32_t> celatm;
 };
 
 // Region of the single process: the whole box, with y from -100 A in an "INDEN" run.
 void define_myprocess_boundaries(Engine& engine);
-// Cell counts and edges along each axis for the interaction range rc; allocates celhead.
+// Cell counts and edges along each axis for the interaction range rc. Stops when the cells
+// are more than a 64-bit cell number can count.
 void size_cell_grid(CellGrid& grid, double range);
 // Fills the image offset table from the periodic flags and box lengths of the grid.
 void setup_pbc_offsets(Engine& engine);
@@ -37,6 +41,9 @@ void build_nebour_list(Engine& engine);
 void cell_list(Engine& engine);
 // Bins the local atoms without folding.
 void nopbc_cell_list(Engine& engine);
+// 0-based number ((ix * my) + iy) * mz + iz of the cell that holds atom i, from its position
+// as the binning left it.
+int64_t cell_of_atom(const Engine& engine, int32_t i);
 
 // Spatial-decomposition operations of the single-process system.
 inline int32_t sumall_i(int32_t v) {

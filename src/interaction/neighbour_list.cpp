@@ -1,14 +1,18 @@
 #include "interaction/neighbour_list.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <vector>
 
 #include "common/fatal_error.hpp"
+#include "electrostatics/electrostatics.hpp"
+#include "electrostatics/ewald.hpp"
 #include "engine/engine.hpp"
 #include "interaction/cells.hpp"
+#include "interaction/occupied_cells.hpp"
 #include "interaction/registry.hpp"
 
 namespace pelix {
@@ -19,89 +23,79 @@ inline bool is_flag_value(int32_t flag) {
     return flag == 0 || flag == 1;
 }
 
-// One of the (up to three) neighbouring cells along an axis: its cell coordinate, the image
-// shift s that brings it next to the home cell, s times the box length, and s times the weight
-// of the axis in the image code.
+// One of the (up to three) neighbouring cells along an axis: its cell coordinate, s times the
+// weight of the axis in the image code, and s times the box length, where s is the image shift
+// that brings the cell next to the home cell.
 struct AxisStep {
     int32_t cell;
     int32_t code;
     double offset;
 };
 
-// The neighbouring cells of every cell coordinate along one axis, in the order home-1, home,
-// home+1. On a periodic axis a step past either end wraps round with a shift; on an open axis
-// it is dropped. Tabulated once per list so that the loops over atoms test no flags.
-struct AxisNeighbours {
-    std::vector<AxisStep> steps;  // three slots per cell coordinate
-    std::vector<int32_t> count;   // used slots per cell coordinate
+// An axis of the grid as the search walks it.
+struct AxisWalk {
+    int32_t cells;
+    bool periodic;
+    double length;
+    int32_t code_weight;
 
-    AxisNeighbours(int32_t cells, bool periodic, double length, int32_t code_weight)
-        : steps(3 * static_cast<std::size_t>(cells)), count(static_cast<std::size_t>(cells), 0) {
-        for (int32_t home = 0; home < cells; ++home) {
-            int32_t used = 0;
-            for (int32_t d = -1; d <= 1; ++d) {
-                int32_t cell = home + d;
-                int32_t shift = 0;
-                if (cell < 0) {
-                    if (!periodic)
-                        continue;
-                    cell = cells - 1;
-                    shift = 1;
-                } else if (cell >= cells) {
-                    if (!periodic)
-                        continue;
-                    cell = 0;
-                    shift = -1;
-                }
-                steps[3 * static_cast<std::size_t>(home) + used] = {cell, shift * code_weight,
-                                                                    shift * length};
-                ++used;
+    // The neighbouring cells of cell coordinate `home`, in the order home-1, home, home+1. On a
+    // periodic axis a step past either end wraps round with a shift; on an open axis it is
+    // dropped. Returns the number of steps written.
+    int steps(int32_t home, AxisStep out[3]) const {
+        int used = 0;
+        for (int32_t d = -1; d <= 1; ++d) {
+            int32_t cell = home + d;
+            int32_t shift = 0;
+            if (cell < 0) {
+                if (!periodic)
+                    continue;
+                cell = cells - 1;
+                shift = 1;
+            } else if (cell >= cells) {
+                if (!periodic)
+                    continue;
+                cell = 0;
+                shift = -1;
             }
-            count[static_cast<std::size_t>(home)] = used;
+            out[used++] = {cell, shift * code_weight, shift * length};
         }
-    }
-    const AxisStep* begin(int32_t home) const {
-        return steps.data() + 3 * static_cast<std::size_t>(home);
-    }
-    const AxisStep* end(int32_t home) const {
-        return begin(home) + count[static_cast<std::size_t>(home)];
+        return used;
     }
 };
 
-// Smallest box holding the atoms of a cell; an empty cell has lo = +inf and hi = -inf.
+// Smallest box holding the atoms of a cell.
 struct CellBounds {
     double xlo, xhi, ylo, yhi, zlo, zhi;
 };
 
-// The atoms of every cell copied next to one another in chain order (higher index first),
-// with their positions and species, so that the search reads each neighbouring cell as one
-// contiguous run instead of chasing the chain through the whole atom arrays; and the box
+// The atoms of every occupied cell copied next to one another in chain order (higher index
+// first), with their positions and species, so that the search reads each neighbouring cell as
+// one contiguous run instead of chasing the chain through the whole atom arrays; and the box
 // around each cell's atoms, so that a cell that lies wholly out of range is passed over.
+// Occupied cell k (the k-th chain head) is the run start[k] .. start[k+1]-1.
 struct PackedCells {
-    std::vector<int32_t> start;  // run of cell c: start[c] .. start[c+1]-1
+    std::vector<int32_t> start;
     std::vector<int32_t> atom;
     std::vector<double> x, y, z;
     std::vector<int32_t> specie;
     std::vector<CellBounds> bounds;
 
-    PackedCells(const CellGrid& grid, const ForceFieldState& ff)
-        : start(static_cast<std::size_t>(std::max<int64_t>(grid.mxyz, 0)) + 1, 0) {
-        const std::size_t cells = start.size() - 1;
-        const std::size_t filled = std::min(cells, grid.celhead.size());
-        const std::size_t atoms = grid.celatm.size();
-        atom.reserve(atoms);
-        x.reserve(atoms);
-        y.reserve(atoms);
-        z.reserve(atoms);
-        specie.reserve(atoms);
+    PackedCells(const CellGrid& grid, const ForceFieldState& ff, int32_t atoms) {
+        const std::size_t cells = grid.celhead.size();
+        const auto n = static_cast<std::size_t>(atoms);
+        start.reserve(cells + 1);
+        bounds.reserve(cells);
+        atom.reserve(n);
+        x.reserve(n);
+        y.reserve(n);
+        z.reserve(n);
+        specie.reserve(n);
         constexpr double inf = std::numeric_limits<double>::infinity();
-        bounds.assign(cells, {inf, -inf, inf, -inf, inf, -inf});
-        for (std::size_t c = 0; c < cells; ++c) {
-            start[c] = static_cast<int32_t>(atom.size());
-            if (c >= filled)
-                continue;
-            CellBounds& b = bounds[c];
-            for (int32_t j = grid.celhead[c]; j >= 0; j = grid.celatm[j]) {
+        for (int32_t head : grid.celhead) {
+            start.push_back(static_cast<int32_t>(atom.size()));
+            CellBounds b{inf, -inf, inf, -inf, inf, -inf};
+            for (int32_t j = head; j >= 0; j = grid.celatm[j]) {
                 b = {std::min(b.xlo, ff.rx[j]), std::max(b.xhi, ff.rx[j]),
                      std::min(b.ylo, ff.ry[j]), std::max(b.yhi, ff.ry[j]),
                      std::min(b.zlo, ff.rz[j]), std::max(b.zhi, ff.rz[j])};
@@ -111,10 +105,27 @@ struct PackedCells {
                 z.push_back(ff.rz[j]);
                 specie.push_back(ff.specie[j]);
             }
+            bounds.push_back(b);
         }
-        start[cells] = static_cast<int32_t>(atom.size());
+        start.push_back(static_cast<int32_t>(atom.size()));
     }
 };
+
+// Numbers of the occupied cells, in the order of their chains, each checked against the size
+// of the grid. The binning lists the chains in increasing cell number, which the lookups rely
+// on.
+std::vector<int64_t> occupied_cell_numbers(const Engine& engine) {
+    const std::vector<int32_t>& celhead = engine.cells.celhead;
+    std::vector<int64_t> numbers(celhead.size());
+    for (std::size_t k = 0; k < celhead.size(); ++k) {
+        numbers[k] = cell_of_atom(engine, celhead[k]);
+        if (numbers[k] >= engine.cells.mxyz)
+            nrerror("NEBOUR_LIST: MNEB > MXYZ");
+        if (k > 0 && numbers[k] <= numbers[k - 1])
+            fatal_stop({" NEBOUR_LIST: the cell chains are not in increasing cell order"});
+    }
+    return numbers;
+}
 
 // Distance along one axis from the coordinate c to the span [lo - o, hi - o] of a shifted cell,
 // worked out with the same subtractions as the pair vectors: since rounding is monotonic, no
@@ -183,6 +194,181 @@ std::size_t expected_entries(const Engine& engine, int64_t limit) {
     return static_cast<std::size_t>(estimate);
 }
 
+// The list arrays as they are filled. Every candidate is written to the next free slot and
+// kept only when it is within range, so the arrays always have one slot more than the entries
+// kept.
+struct ListWriter {
+    ForceFieldState& ff;
+    int64_t limit;
+    int64_t written = 0;
+    int32_t* nebour = nullptr;
+    int32_t* pbctyp = nullptr;
+    int64_t capacity = 0;
+
+    ListWriter(ForceFieldState& state, int64_t entry_limit, std::size_t expected)
+        : ff(state), limit(entry_limit) {
+        ff.nebour.resize(std::max<std::size_t>(expected, 64));
+        ff.pbctyp.resize(ff.nebour.size());
+        refresh();
+    }
+    void refresh() {
+        nebour = ff.nebour.data();
+        pbctyp = ff.pbctyp.data();
+        capacity = static_cast<int64_t>(ff.nebour.size());
+    }
+    // Room for `candidates` more entries and the spare slot.
+    void reserve(int64_t candidates) {
+        if (written + candidates >= capacity) {
+            grow_list(ff, written + candidates + 1);
+            refresh();
+        }
+    }
+};
+
+// The neighbouring cells of one home cell.
+struct CellNeighbourhood {
+    AxisStep xs[3], ys[3], zs[3];
+    int nx, ny, nz;
+    int64_t my, mz;
+
+    CellNeighbourhood(const AxisWalk axes[3], int32_t cx, int32_t cy, int32_t cz, int64_t cells_y,
+                      int64_t cells_z)
+        : nx(axes[0].steps(cx, xs)),
+          ny(axes[1].steps(cy, ys)),
+          nz(axes[2].steps(cz, zs)),
+          my(cells_y),
+          mz(cells_z) {}
+
+    // Calls visit(cell number) for each cell, in visiting order: x steps outermost, z innermost.
+    template <class Visit>
+    void for_each_cell(Visit&& visit) const {
+        for (int a = 0; a < nx; ++a) {
+            for (int b = 0; b < ny; ++b) {
+                const int64_t column = (xs[a].cell * my + ys[b].cell) * mz;
+                for (int c = 0; c < nz; ++c)
+                    visit(column + zs[c].cell);
+            }
+        }
+    }
+};
+
+// A neighbouring cell that may hold atoms within range: its run of packed atoms, the image code
+// and the image offset to subtract from their positions.
+struct CandidateRun {
+    int32_t first, end;
+    int32_t image;
+    double ox, oy, oz;
+};
+
+// Writes the atoms of the candidate runs into the list as neighbours of atom i at (xi, yi, zi),
+// keeping those within range (the atom itself excepted), and returns the number of entries kept
+// so far. Kept apart from the search of the cells so that the few values of its loop stay in
+// registers.
+[[gnu::noinline]] int64_t append_within_range(const PackedCells& packed, const CandidateRun* runs,
+                                              int count, int32_t i, double xi, double yi, double zi,
+                                              const double* cutoff2, int32_t* nebour,
+                                              int32_t* pbctyp, int64_t written) {
+    const int32_t* atom = packed.atom.data();
+    const double* px = packed.x.data();
+    const double* py = packed.y.data();
+    const double* pz = packed.z.data();
+    const int32_t* pspecie = packed.specie.data();
+    for (const CandidateRun* run = runs; run != runs + count; ++run) {
+        const double ox = run->ox, oy = run->oy, oz = run->oz;
+        const int32_t image = run->image;
+        for (int32_t m = run->first; m < run->end; ++m) {
+            const int32_t j = atom[m];
+            const double dx = px[m] - ox - xi;
+            const double dy = py[m] - oy - yi;
+            const double dz = pz[m] - oz - zi;
+            const bool within = dx * dx + dy * dy + dz * dz < cutoff2[pspecie[m]];
+            nebour[written] = j;
+            pbctyp[written] = image;
+            written += (within && j != i) ? 1 : 0;
+        }
+    }
+    return written;
+}
+
+// Fills nebpnt, nebour and pbctyp for atoms 0..mylt-1 from the packed cells, finding each
+// neighbouring cell through `index`.
+template <class CellIndex>
+void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
+    const CellGrid& grid = engine.cells;
+    const CellIndex index(occupied_cell_numbers(engine), grid.mxyz);
+    ForceFieldState& ff = engine.ff;
+    const int32_t mylt = engine.atoms.mylt;
+    const RunConfig& config = engine.config;
+    const bool periodic[3] = {config.pbcx == 1, config.pbcy == 1, config.pbcz == 1};
+    const std::array<int32_t, 3> weight = image_code_weights(periodic);
+    const AxisWalk axes[3] = {{grid.mx, periodic[0], grid.neb_lx, weight[0]},
+                              {grid.my, periodic[1], grid.neb_ly, weight[1]},
+                              {grid.mz, periodic[2], grid.neb_lz, weight[2]}};
+
+    const int32_t* start = packed.start.data();
+    const CellBounds* bounds = packed.bounds.data();
+    const SpeciesMatrix<double>& radus2 = engine.neighbours.radus2;
+    // Per species: the largest squared radius to any species.
+    std::vector<double> reach2(static_cast<std::size_t>(radus2.n), 0.0);
+    for (int32_t a = 0; a < radus2.n; ++a) {
+        for (int32_t b = 0; b < radus2.n; ++b)
+            reach2[static_cast<std::size_t>(a)] =
+                std::max(reach2[static_cast<std::size_t>(a)], radus2(a, b));
+    }
+
+    const int64_t mxyz = grid.mxyz;
+    for (int32_t i = 0; i < mylt; ++i) {
+        ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(list.written);
+        const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
+        const double* cutoff2 = &radus2(ff.specie[i], 0);
+        const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
+        const CellNeighbourhood around(axes, home_cell(xi, grid.neb_westlim, grid.wx, grid.mx),
+                                       home_cell(yi, grid.neb_downlim, grid.wy, grid.my),
+                                       home_cell(zi, grid.neb_southlim, grid.wz, grid.mz), grid.my,
+                                       grid.mz);
+        if constexpr (CellIndex::kPrefetches) {
+            around.for_each_cell([&](int64_t cell) {
+                if (cell < mxyz)
+                    index.prefetch(cell);
+            });
+        }
+
+        // The cells in visiting order whose atoms' box comes within range.
+        CandidateRun runs[27];
+        int count = 0;
+        int64_t candidates = 0;
+        for (const AxisStep* sx = around.xs; sx != around.xs + around.nx; ++sx) {
+            for (const AxisStep* sy = around.ys; sy != around.ys + around.ny; ++sy) {
+                const int64_t column = (sx->cell * around.my + sy->cell) * around.mz;
+                for (const AxisStep* sz = around.zs; sz != around.zs + around.nz; ++sz) {
+                    const int64_t cell = column + sz->cell;
+                    if (cell >= mxyz)
+                        nrerror("NEBOUR_LIST: MNEB > MXYZ");
+                    const int32_t k = index.find(cell);
+                    if (k < 0)
+                        continue;
+                    const double ox = sx->offset, oy = sy->offset, oz = sz->offset;
+                    const CellBounds& b = bounds[k];
+                    const double gx = gap_to_span(xi, b.xlo, b.xhi, ox);
+                    const double gy = gap_to_span(yi, b.ylo, b.yhi, oy);
+                    const double gz = gap_to_span(zi, b.zlo, b.zhi, oz);
+                    if (gx * gx + gy * gy + gz * gz >= reach2_i)
+                        continue;
+                    const int32_t image = sx->code + sy->code + sz->code;
+                    runs[count++] = {start[k], start[k + 1], image, ox, oy, oz};
+                    candidates += start[k + 1] - start[k];
+                }
+            }
+        }
+        list.reserve(candidates);
+        list.written = append_within_range(packed, runs, count, i, xi, yi, zi, cutoff2, list.nebour,
+                                           list.pbctyp, list.written);
+        if (list.written > list.limit)
+            nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
+    }
+    ff.nebpnt[static_cast<std::size_t>(mylt)] = static_cast<int32_t>(list.written);
+}
+
 }  // namespace
 
 void setup_nebour_parameters(Engine& engine, double& range) {
@@ -229,9 +415,14 @@ void setup_nebour_parameters(Engine& engine, double& range) {
         rmax = std::max(rmax, r);
 
     settings.neblst_skin = kNeighbourSkin;
+    // When this call runs Ewald summation, its real-space sum takes its pairs from this list:
+    // every pair radius, and the cell range, then reach at least the real-space cut-off.
+    const bool ewald = ewald_will_run(engine);
     for (int32_t i = 0; i < numel; ++i) {
         for (int32_t j = i; j < numel; ++j) {
-            const double r = settings.radius(i, j) + settings.neblst_skin;
+            double r = settings.radius(i, j) + settings.neblst_skin;
+            if (ewald)
+                r = std::max(r, EwaldParameters::real_cutoff);
             settings.radius(i, j) = r;
             settings.radius(j, i) = r;
             settings.radus2(i, j) = r * r;
@@ -239,6 +430,8 @@ void setup_nebour_parameters(Engine& engine, double& range) {
         }
     }
     range = rmax + settings.neblst_skin;
+    if (ewald)
+        range = std::max(range, EwaldParameters::real_cutoff);
 
     double margin = 0.0;
     for (int32_t i = 0; i < numel; ++i) {
@@ -253,97 +446,31 @@ void setup_nebour_parameters(Engine& engine, double& range) {
 }
 
 void nebour_list(Engine& engine) {
-    const CellGrid& grid = engine.cells;
     ForceFieldState& ff = engine.ff;
     const int32_t mylt = engine.atoms.mylt;
-    const RunConfig& config = engine.config;
-
-    const bool periodic[3] = {config.pbcx == 1, config.pbcy == 1, config.pbcz == 1};
-    const std::array<int32_t, 3> weight = image_code_weights(periodic);
-    const AxisNeighbours xsteps(grid.mx, periodic[0], grid.neb_lx, weight[0]);
-    const AxisNeighbours ysteps(grid.my, periodic[1], grid.neb_ly, weight[1]);
-    const AxisNeighbours zsteps(grid.mz, periodic[2], grid.neb_lz, weight[2]);
+    const CellGrid& grid = engine.cells;
 
     // The list may hold nlstmx entries; the positions into it are 32-bit.
     const int64_t limit =
         std::min<int64_t>(engine.neighbours.nlstmx, std::numeric_limits<int32_t>::max());
     ff.nebpnt.assign(static_cast<std::size_t>(mylt) + 1, 0);
-    // Every candidate is written to the next free slot and kept only when it is within
-    // range, so the arrays always have one slot more than the entries kept.
-    ff.nebour.resize(std::max<std::size_t>(expected_entries(engine, limit), 64));
-    ff.pbctyp.resize(ff.nebour.size());
-    int32_t* nebour = ff.nebour.data();
-    int32_t* pbctyp = ff.pbctyp.data();
-    int64_t capacity = static_cast<int64_t>(ff.nebour.size());
-    int64_t written = 0;
+    ListWriter list(ff, limit, expected_entries(engine, limit));
 
-    const PackedCells packed(grid, ff);
-    const int32_t* start = packed.start.data();
-    const int32_t* atom = packed.atom.data();
-    const double* px = packed.x.data();
-    const double* py = packed.y.data();
-    const double* pz = packed.z.data();
-    const int32_t* pspecie = packed.specie.data();
-    const CellBounds* bounds = packed.bounds.data();
-    const SpeciesMatrix<double>& radus2 = engine.neighbours.radus2;
-    const int64_t my = grid.my, mz = grid.mz, mxyz = grid.mxyz;
-    // Per species: the largest squared radius to any species.
-    std::vector<double> reach2(static_cast<std::size_t>(radus2.n), 0.0);
-    for (int32_t a = 0; a < radus2.n; ++a) {
-        for (int32_t b = 0; b < radus2.n; ++b)
-            reach2[static_cast<std::size_t>(a)] =
-                std::max(reach2[static_cast<std::size_t>(a)], radus2(a, b));
+    const PackedCells packed(grid, ff, mylt);
+    switch (cell_lookup_for(grid.mxyz, mylt)) {
+        case CellLookup::table:
+            search_cells<TableCellIndex>(engine, packed, list);
+            break;
+        case CellLookup::bitmap:
+            search_cells<BitmapCellIndex>(engine, packed, list);
+            break;
+        case CellLookup::hash:
+            search_cells<HashedCellIndex>(engine, packed, list);
+            break;
     }
 
-    for (int32_t i = 0; i < mylt; ++i) {
-        ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(written);
-        const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
-        const double* cutoff2 = &radus2(ff.specie[i], 0);
-        const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
-        const int32_t cx = home_cell(xi, grid.neb_westlim, grid.wx, grid.mx);
-        const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);
-        const int32_t cz = home_cell(zi, grid.neb_southlim, grid.wz, grid.mz);
-
-        for (const AxisStep* sx = xsteps.begin(cx); sx != xsteps.end(cx); ++sx) {
-            for (const AxisStep* sy = ysteps.begin(cy); sy != ysteps.end(cy); ++sy) {
-                const int64_t column = (sx->cell * my + sy->cell) * mz;
-                for (const AxisStep* sz = zsteps.begin(cz); sz != zsteps.end(cz); ++sz) {
-                    const int64_t cell = column + sz->cell;
-                    if (cell >= mxyz)
-                        nrerror("NEBOUR_LIST: MNEB > MXYZ");
-                    const int32_t image = sx->code + sy->code + sz->code;
-                    const double ox = sx->offset, oy = sy->offset, oz = sz->offset;
-                    const CellBounds& b = bounds[cell];
-                    const double gx = gap_to_span(xi, b.xlo, b.xhi, ox);
-                    const double gy = gap_to_span(yi, b.ylo, b.yhi, oy);
-                    const double gz = gap_to_span(zi, b.zlo, b.zhi, oz);
-                    if (gx * gx + gy * gy + gz * gz >= reach2_i)
-                        continue;
-                    const int32_t first = start[cell], end = start[cell + 1];
-                    if (written + (end - first) >= capacity) {
-                        capacity = grow_list(ff, written + (end - first) + 1);
-                        nebour = ff.nebour.data();
-                        pbctyp = ff.pbctyp.data();
-                    }
-                    for (int32_t k = first; k < end; ++k) {
-                        const int32_t j = atom[k];
-                        const double dx = px[k] - ox - xi;
-                        const double dy = py[k] - oy - yi;
-                        const double dz = pz[k] - oz - zi;
-                        const bool within = dx * dx + dy * dy + dz * dz < cutoff2[pspecie[k]];
-                        nebour[written] = j;
-                        pbctyp[written] = image;
-                        written += (within && j != i) ? 1 : 0;
-                    }
-                    if (written > limit)
-                        nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
-                }
-            }
-        }
-    }
-    ff.nebpnt[static_cast<std::size_t>(mylt)] = static_cast<int32_t>(written);
-    ff.nebour.resize(static_cast<std::size_t>(written));
-    ff.pbctyp.resize(static_cast<std::size_t>(written));
+    ff.nebour.resize(static_cast<std::size_t>(list.written));
+    ff.pbctyp.resize(static_cast<std::size_t>(list.written));
 }
 
 }  // namespace pelix

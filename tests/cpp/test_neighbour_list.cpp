@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <random>
 #include <string>
 #include <tuple>
@@ -11,6 +12,7 @@
 #include "engine/engine.hpp"
 #include "interaction/cells.hpp"
 #include "interaction/neighbour_list.hpp"
+#include "interaction/occupied_cells.hpp"
 #include "potentials/catalogue.hpp"
 
 namespace {
@@ -170,6 +172,55 @@ TEST(NeighbourList, MatchesBruteForceForEveryPeriodicCombinationAndCellCount) {
     EXPECT_GT(entries, 96u * 40u);  // the comparison is not between near-empty lists
 }
 
+TEST(NeighbourList, FineGridsMatchBruteForceThroughBitmapAndHash) {
+    std::mt19937_64 rng(20241105);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    // Radii 0.31, 0.51 and 0.71 A. Boxes whose grids are found through the bitmap (56^3 cells),
+    // the hash (352^3) and the hash again with more cells than 32 bits can count (1408^3).
+    const std::vector<std::tuple<double, pelix::CellLookup, bool>> grids = {
+        {40.0, pelix::CellLookup::bitmap, false},
+        {250.0, pelix::CellLookup::hash, false},
+        {1000.0, pelix::CellLookup::hash, true}};
+    std::size_t entries = 0;
+    for (int32_t flags = 0; flags < 8; ++flags) {
+        const std::array<int32_t, 3> pbc = {(flags >> 2) & 1, (flags >> 1) & 1, flags & 1};
+        for (const auto& [length, lookup, beyond_int32] : grids) {
+            // Clusters of four atoms within 0.4 A, their centres anywhere in the box and a fifth
+            // of them at a face, an edge or a corner, so that clusters straddle the boundaries;
+            // periodic coordinates are then shifted by a whole box now and then.
+            std::vector<TestAtom> atoms;
+            for (int cluster = 0; cluster < 60; ++cluster) {
+                std::array<double, 3> centre{};
+                for (auto& c : centre) {
+                    c = unit(rng) * length;
+                    if (cluster % 5 == 0)
+                        c = unit(rng) < 0.5 ? 0.1 * unit(rng) : length - 0.1 * unit(rng);
+                }
+                for (int k = 0; k < 4; ++k) {
+                    TestAtom a{centre[0], centre[1], centre[2], unit(rng) < 0.5 ? 0 : 1};
+                    double* c[3] = {&a.x, &a.y, &a.z};
+                    for (int ax = 0; ax < 3; ++ax) {
+                        *c[ax] += 0.4 * unit(rng) - 0.2;
+                        if (pbc[static_cast<std::size_t>(ax)] == 1 && unit(rng) < 0.1)
+                            *c[ax] += unit(rng) < 0.5 ? length : -length;
+                    }
+                    atoms.push_back(a);
+                }
+            }
+            pelix::Engine engine;
+            prepare(engine, {length, length, length}, pbc, {1, 41}, atoms);
+            ASSERT_EQ(pelix::cell_lookup_for(engine.cells.mxyz, engine.atoms.mylt), lookup);
+            ASSERT_EQ(engine.cells.mxyz > std::numeric_limits<int32_t>::max(), beyond_int32);
+            pelix::build_nebour_list(engine);
+            const auto listed = listed_entries(engine);
+            EXPECT_EQ(listed, brute_force_entries(engine))
+                << "flags " << flags << " box " << length;
+            entries += listed.size();
+        }
+    }
+    EXPECT_GT(entries, 8u * 3u * 240u);  // most atoms have neighbours
+}
+
 TEST(NeighbourList, OneCellPeriodicAxisGivesThreeImagesButNeverTheAtomItself) {
     pelix::Engine engine;
     // Radius 3 across a 2 A periodic x axis: atom 1 is within range of atom 0 through the
@@ -253,7 +304,7 @@ TEST(NeighbourList, SetupFixesRadiiRangeMarginAndGrid) {
     EXPECT_EQ(grid.mx, 4);                // 20 A / 4.3 A
     EXPECT_EQ(grid.my, 25);               // 109 A / 4.3 A
     EXPECT_EQ(grid.mz, 1);
-    EXPECT_EQ(grid.celhead.size(), 100u);
+    EXPECT_EQ(grid.mxyz, 100);
     EXPECT_EQ(grid.neb_pbcx, 1);
     EXPECT_EQ(engine.ff.xoffset(-1), -20.0);
 }
