@@ -1,29 +1,26 @@
 #include "electrostatics/electrostatics.hpp"
 
+#include <algorithm>
 #include <cmath>
-#include <string>
 
-#include "common/fatal_error.hpp"
-#include "common/list_output.hpp"
+#include "electrostatics/ewald.hpp"
 #include "engine/engine.hpp"
+#include "interaction/cells.hpp"
 
 namespace pelix {
 
 namespace {
 
-// Checks the multipole flag; the tree's settings file is read here once the tree exists.
-void read_multipole_in(Engine& engine) {
-    const int32_t flag = engine.config.multipole_flag;
-    if (flag != 0 && flag != 1) {
-        fatal_stop({" MULTIPOLE FLAG SHOULD BE SET TO 0 (DPMTA) or 1 (FMMP)"});
-    }
+// A NaN charge counts as charged.
+bool is_charged(double q) {
+    return !(q == 0.0);
 }
 
-// A Coulomb method that this build does not have yet: refuse rather than return an energy
-// without the Coulomb part.
-[[noreturn]] void method_not_built(const std::string& method) {
-    fatal_stop({" ELECTROSTATICS_CALL: " + method +
-                " is not available in this build; the configuration has charged atoms"});
+// Turns the per-atom potentials of a long-range method into each atom's share of the pair
+// energies. Sound only because the dispatcher runs first, on zeroed energies.
+void halve_energies(Engine& engine) {
+    for (int32_t i = 0; i < engine.atoms.mylt; ++i)
+        engine.atoms.pe[i] *= 0.5;
 }
 
 }  // namespace
@@ -31,41 +28,58 @@ void read_multipole_in(Engine& engine) {
 void setup_prms_for_electrostatics(Engine& engine) {
     engine.electrostatics.ncharged = 0;
     engine.electrostatics.elecfirstcall = true;
-    if (engine.config.multipole_flag < 2)
+    const RunConfig& config = engine.config;
+    if (config.multipole_flag < 2)
         read_multipole_in(engine);
+    if (config.multipole_flag == 0 && engine.ff.dpmtaresizeflag && config.pbcx != 1)
+        setup_dpmtaresize(engine);
 }
 
 void electrostatics_call(Engine& engine) {
-    auto& state = engine.electrostatics;
-    const auto& ff = engine.ff;
+    ElectrostaticsState& state = engine.electrostatics;
+    ForceFieldState& ff = engine.ff;
+    const RunConfig& config = engine.config;
     const int32_t mylt = engine.atoms.mylt;
     if (state.elecfirstcall) {
         int32_t count = 0;
-        for (int32_t i = 0; i < mylt; ++i) {
-            if (!(ff.charg[i] == 0.0))
-                ++count;  // a NaN charge counts as charged
-        }
+        for (int32_t i = 0; i < mylt; ++i)
+            count += is_charged(ff.charg[i]) ? 1 : 0;
         state.ncharged = sumall_i(count);
         state.elecfirstcall = false;
     }
     if (state.ncharged < 2)
         return;
 
-    const int32_t flag = engine.config.multipole_flag;
-    if (flag == 2)
-        method_not_built("the damped shifted-force sum");
-    if (engine.config.pbcx == 1)
-        method_not_built("Ewald summation");
+    const int32_t flag = config.multipole_flag;
+    if (flag == 2) {
+        tla_estimate_electrostatics(engine);
+        return;
+    }
+    if (ff.dpmtaresizeflag && flag == 0 && config.pbcx != 1)
+        main_dpmtaresize(engine);
+    if (config.pbcx == 1) {
+        periodic_ewald(engine, mylt, ff.rx.data(), ff.ry.data(), ff.rz.data(), ff.charg.data(),
+                       ff.fx.data(), ff.fy.data(), ff.fz.data(), engine.atoms.pe.data());
+        halve_energies(engine);
+        return;
+    }
     if (flag >= 2)
         return;
-    if (flag == 0)
-        method_not_built("the multipole tree");
-    // flag 1: the second multipole method computes nothing; the per-atom potentials it would
-    // have returned are halved into pair-energy shares.
-    for (int32_t i = 0; i < mylt; ++i)
-        engine.atoms.pe[i] *= 0.5;
+    eval_multipole(engine);
+    halve_energies(engine);
 }
 
-void finalise_multipole(Engine& /*engine*/) {}
+bool ewald_will_run(const Engine& engine) {
+    const RunConfig& config = engine.config;
+    if (config.pbcx != 1 || config.multipole_flag == 2)
+        return false;
+    const AtomStore& atoms = engine.atoms;
+    const auto n =
+        std::min<std::size_t>(static_cast<std::size_t>(std::max(atoms.mylt, 0)), atoms.list.size());
+    int32_t charged = 0;
+    for (std::size_t i = 0; i < n && charged < 2; ++i)
+        charged += is_charged(atoms.list[i].charge) ? 1 : 0;
+    return sumall_i(charged) >= 2;
+}
 
 }  // namespace pelix

@@ -1,0 +1,91 @@
+#pragma once
+// Pieces shared by the tests that make whole force calls from C++: the text of a run
+// configuration, and the argument block of one call over caller-owned arrays.
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "interface/driver.hpp"
+
+namespace pelix::test_support {
+
+// The 34 records of "pelix.IN": a collision run with the given periodic flag on all three
+// axes and the given multipole flag, everything else at neutral values.
+inline std::string run_configuration_text(int pbc, int multipole_flag = 1) {
+    std::ostringstream text;
+    text << "BEGIN\nEQUIL\nCOLLI\nTEST01\n " << pbc << ' ' << pbc << ' ' << pbc << '\n';
+    const std::string rest[] = {"1.0",
+                                "1.0",
+                                "1.0",
+                                "0",
+                                "0.0",
+                                "0.0",
+                                "0.0",
+                                "NO_THERMOSTAT",
+                                "0.0",
+                                "0.0",
+                                "1.0",
+                                "1.0",
+                                "F",
+                                "F",
+                                "F",
+                                "1.0",
+                                std::to_string(multipole_flag),
+                                "F",
+                                "F",
+                                "F",
+                                "F",
+                                "F",
+                                "2.0",
+                                "F",
+                                "0.0",
+                                "0.0",
+                                "F",
+                                "F",
+                                "F"};
+    for (const std::string& value : rest)
+        text << ' ' << value << '\n';
+    return text.str();
+}
+
+// The arrays of one force call over n atoms and the call block pointing at them. Positions,
+// species and charges are the caller's to fill before `call()`; results land in force, ke, pe.
+struct WholeCall {
+    std::vector<int32_t> specie;
+    std::vector<double> pos, charge, force, ke, pe;
+    std::vector<int32_t> calcindexes, mainindexes;
+
+    CalcForceCall call(std::string_view speciestring, int32_t nspecies, double box) {
+        const auto n = static_cast<int32_t>(specie.size());
+        force.resize(pos.size());
+        ke.resize(specie.size());
+        pe.resize(specie.size());
+        CalcForceCall c;
+        c.image = -1;
+        c.speciestring = speciestring;
+        c.specie = specie.data();
+        c.pos = pos.data();
+        c.charge = charge.data();
+        c.force = force.data();
+        c.kearray = ke.data();
+        c.pearray = pe.data();
+        c.xdim = c.ydim = c.zdim = box;
+        c.calcindexes = calcindexes.data();
+        c.mainindexes = mainindexes.data();
+        c.posdim = 3 * n;
+        c.natoms = n;
+        c.nspecies = nspecies;
+        c.edim = n;
+        c.ncalc = static_cast<int32_t>(calcindexes.size());
+        c.nmain = static_cast<int32_t>(mainindexes.size());
+        c.len_specie = c.len_charge = c.len_kearray = c.len_pearray = n;
+        c.len_pos = c.len_force = 3 * n;
+        c.len_calcindexes = c.ncalc;
+        c.len_mainindexes = c.nmain;
+        return c;
+    }
+};
+
+}  // namespace pelix::test_support
