@@ -24,9 +24,12 @@ std::string describe(const char* what, int64_t value) {
     return std::string(what) + "=" + std::to_string(value);
 }
 
-void require(bool ok, const std::string& message) {
+// Refuses the call when `ok` is false. The message is built only then: the per-atom checks run
+// for every atom of every call.
+template <class Message>
+void require(bool ok, Message&& message) {
     if (!ok)
-        throw ArgumentError("calcforce: " + message);
+        throw ArgumentError("calcforce: " + message());
 }
 
 // The source atom (0-based) of staging position i (0-based).
@@ -81,51 +84,58 @@ bool is_main_atom(const CalcForceCall& call, int32_t a) {
 
 void validate_calcforce_call(const CalcForceCall& call) {
     for (double length : {call.xdim, call.ydim, call.zdim}) {
-        require(std::isfinite(length) && length > 0.0,
-                "box lengths must be finite and positive, got xdim=" +
-                    format_list_double(call.xdim) + " ydim=" + format_list_double(call.ydim) +
-                    " zdim=" + format_list_double(call.zdim));
+        require(std::isfinite(length) && length > 0.0, [&] {
+            return "box lengths must be finite and positive, got xdim=" +
+                   format_list_double(call.xdim) + " ydim=" + format_list_double(call.ydim) +
+                   " zdim=" + format_list_double(call.zdim);
+        });
     }
-    require(call.image >= -1, describe("image must be -1 or at least 0, got image", call.image));
+    require(call.image >= -1,
+            [&] { return describe("image must be -1 or at least 0, got image", call.image); });
     const int64_t offset = call.image == -1 ? 0 : int64_t{3} * call.natoms * call.image;
     const int64_t lt = call.ncalc >= 1 ? call.ncalc : call.natoms;
     if (lt <= 0)
         return;
     // Species and charges are taken by staging position.
-    require(lt <= call.len_specie && lt <= call.len_charge,
-            describe("ncalc", call.ncalc) + " staging positions but specie and charge hold " +
-                std::to_string(std::min(call.len_specie, call.len_charge)) + " entries");
+    require(lt <= call.len_specie && lt <= call.len_charge, [&] {
+        return describe("ncalc", call.ncalc) + " staging positions but specie and charge hold " +
+               std::to_string(std::min(call.len_specie, call.len_charge)) + " entries";
+    });
     const int64_t natoms = call.natoms;
     const int64_t coords = std::min(call.len_pos, call.len_force);
     for (int32_t i = 0; i < lt; ++i) {
         const int64_t a = source_atom(call, i);
         if (call.ncalc >= 1) {
-            require(a >= 0 && a < natoms, "calcindexes[" + std::to_string(i) +
-                                              "]=" + std::to_string(a) + " is outside 0.." +
-                                              std::to_string(natoms - 1));
+            require(a >= 0 && a < natoms, [&] {
+                return "calcindexes[" + std::to_string(i) + "]=" + std::to_string(a) +
+                       " is outside 0.." + std::to_string(natoms - 1);
+            });
         }
         const int64_t last = offset + 3 * a + 2;
-        require(offset + 3 * a >= 0 && last < coords,
-                "image " + std::to_string(call.image) + " of atom " + std::to_string(a) +
-                    " needs elements " + std::to_string(offset + 3 * a) + ".." +
-                    std::to_string(last) + " of pos and force, which hold " +
-                    std::to_string(coords));
+        require(offset + 3 * a >= 0 && last < coords, [&] {
+            return "image " + std::to_string(call.image) + " of atom " + std::to_string(a) +
+                   " needs elements " + std::to_string(offset + 3 * a) + ".." +
+                   std::to_string(last) + " of pos and force, which hold " + std::to_string(coords);
+        });
         const int32_t s = call.specie[i];
-        require(s >= 0 && s < call.nspecies,
-                "specie[" + std::to_string(i) + "]=" + std::to_string(s) + " is outside 0.." +
-                    std::to_string(call.nspecies - 1) + " (species in speciestring)");
+        require(s >= 0 && s < call.nspecies, [&] {
+            return "specie[" + std::to_string(i) + "]=" + std::to_string(s) + " is outside 0.." +
+                   std::to_string(call.nspecies - 1) + " (species in speciestring)";
+        });
     }
     if (call.ncalc >= 1 && call.nmain >= 1) {
         for (int32_t k = 0; k < call.nmain; ++k) {
             const int32_t a = call.mainindexes[k];
-            require(a >= 0 && a < natoms, "mainindexes[" + std::to_string(k) +
-                                              "]=" + std::to_string(a) + " is outside 0.." +
-                                              std::to_string(natoms - 1));
+            require(a >= 0 && a < natoms, [&] {
+                return "mainindexes[" + std::to_string(k) + "]=" + std::to_string(a) +
+                       " is outside 0.." + std::to_string(natoms - 1);
+            });
         }
     }
     if (call.edim == call.natoms) {
-        require(call.edim <= call.len_kearray && call.edim <= call.len_pearray,
-                describe("edim", call.edim) + " exceeds the length of kearray or pearray");
+        require(call.edim <= call.len_kearray && call.edim <= call.len_pearray, [&] {
+            return describe("edim", call.edim) + " exceeds the length of kearray or pearray";
+        });
     }
 }
 
