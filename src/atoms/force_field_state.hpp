@@ -73,6 +73,18 @@ struct ForceFieldState {
     // Force accumulators, one per staged atom.
     std::vector<double> fx, fy, fz;
 
+    // Adds the force g along the unit vector (ux, uy, uz) to atom i and its opposite to atom j:
+    // the pair force bookkeeping shared by every pair, embedding and Coulomb term.
+    void add_pair_force(int32_t i, int32_t j, double g, double ux, double uy, double uz) {
+        const double gx = g * ux, gy = g * uy, gz = g * uz;
+        fx[i] += gx;
+        fy[i] += gy;
+        fz[i] += gz;
+        fx[j] -= gx;
+        fy[j] -= gy;
+        fz[j] -= gz;
+    }
+
     // Potential number (1..num_pots) acting between two species.
     SpeciesMatrix<int32_t> potnum;
 

@@ -23,13 +23,7 @@ void add_dsf_pair(Engine& engine, const DsfShift& shift, int32_t i, int32_t j, d
     const DsfPairTerms terms = dsf_pair_terms(shift, ff.charg[i], ff.charg[j], r);
     engine.atoms.pe[i] += terms.energy_share;
     engine.atoms.pe[j] += terms.energy_share;
-    const double fx = terms.force * ux, fy = terms.force * uy, fz = terms.force * uz;
-    ff.fx[j] += fx;
-    ff.fy[j] += fy;
-    ff.fz[j] += fz;
-    ff.fx[i] -= fx;
-    ff.fy[i] -= fy;
-    ff.fz[i] -= fz;
+    ff.add_pair_force(i, j, -terms.force, ux, uy, uz);
 }
 
 void reset_constants(DsfState& state) {

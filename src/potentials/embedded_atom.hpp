@@ -55,14 +55,7 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
     ForceFieldState& ff = engine.ff;
     for (int32_t b = first; b < last; ++b) {
         const int32_t j = bonds.neb[b];
-        const double g = -forsav[b] * c;
-        const double gx = g * bonds.bndxnm[b], gy = g * bonds.bndynm[b], gz = g * bonds.bndznm[b];
-        ff.fx[i] -= gx;
-        ff.fy[i] -= gy;
-        ff.fz[i] -= gz;
-        ff.fx[j] += gx;
-        ff.fy[j] += gy;
-        ff.fz[j] += gz;
+        ff.add_pair_force(i, j, forsav[b] * c, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
     }
 }
 

@@ -153,13 +153,7 @@ inline void add_pair_terms(Engine& engine, int32_t i, int32_t j, double v, doubl
     const double half = 0.5 * v;
     pe[i] += half;
     pe[j] += half;
-    const double fx = dvdr * ux, fy = dvdr * uy, fz = dvdr * uz;
-    ff.fx[i] += fx;
-    ff.fy[i] += fy;
-    ff.fz[i] += fz;
-    ff.fx[j] -= fx;
-    ff.fy[j] -= fy;
-    ff.fz[j] -= fz;
+    ff.add_pair_force(i, j, dvdr, ux, uy, uz);
 }
 
 }  // namespace pelix

@@ -124,14 +124,7 @@ struct TernaryFamily {
         for (int32_t b = first; b < last; ++b) {
             const int32_t j = bonds.neb[b];
             const double g = ternary_forsav[b] * embedding.derivative;
-            const double gx = g * bonds.bndxnm[b], gy = g * bonds.bndynm[b],
-                         gz = g * bonds.bndznm[b];
-            ff.fx[i] += gx;
-            ff.fy[i] += gy;
-            ff.fz[i] += gz;
-            ff.fx[j] -= gx;
-            ff.fy[j] -= gy;
-            ff.fz[j] -= gz;
+            ff.add_pair_force(i, j, g, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
         }
     }
 };
