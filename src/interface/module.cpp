@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,14 @@ namespace {
 pelix::Engine& process_engine() {
     static pelix::Engine engine;
     return engine;
+}
+
+// The engine is not re-entrant: every call into it holds this lock. It is taken only after
+// the interpreter lock has been released, so a thread waiting here never blocks the thread
+// that holds it from finishing (which needs the interpreter lock again on its way out).
+std::mutex& engine_lock() {
+    static std::mutex lock;
+    return lock;
 }
 PyObject* module_error = nullptr;
 
@@ -64,7 +73,10 @@ bool run_engine(Work&& work) {
     bool fatal = false;
     bool out_of_memory = false;
     pelix::FatalError fatal_error({}, 0);
-    Py_BEGIN_ALLOW_THREADS try { work(); } catch (const pelix::FatalError& e) {
+    Py_BEGIN_ALLOW_THREADS try {
+        const std::lock_guard<std::mutex> hold(engine_lock());
+        work();
+    } catch (const pelix::FatalError& e) {
         fatal = true;
         fatal_error = e;
     } catch (const pelix::ArgumentError& e) {
