@@ -2,8 +2,9 @@
 // Fatal conditions of the engine. The core never ends the process itself: it throws
 // FatalError carrying the exact lines to print and the exit status, and only the Python
 // module boundary turns that into the end of the process. ArgumentError marks a call whose
-// arguments would make the engine read or write outside the caller's arrays; the module
-// raises it as PELIXInterface.error.
+// arguments would make the engine read or write outside the caller's arrays, or that have no
+// finite answer (non-finite charges or box lengths, two atoms at the same position); the
+// module raises it as PELIXInterface.error.
 #include <stdexcept>
 #include <string>
 #include <vector>

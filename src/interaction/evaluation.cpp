@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <string>
 
 #include "common/fatal_error.hpp"
 #include "common/fixed_string.hpp"
@@ -36,6 +38,43 @@ void release_list_arrays(Engine& engine) {
     release_memory(engine.ff.nebpnt);
     release_memory(engine.ff.nebour);
     release_memory(engine.ff.pbctyp);
+}
+
+std::string position_text(double x, double y, double z) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%.10g %.10g %.10g", x, y, z);
+    return text;
+}
+
+// Two atoms at one position have no finite pair energy and no direction between them, so every
+// family answers with infinities or NaN. Such a pair lies within any non-zero cut-off, so it is
+// in the neighbour list whenever a potential acts between the two species. The list is searched
+// only when the results are not finite, so a normal call pays one pass over the results; the
+// call is then refused before anything reaches the caller. Atoms are named by their 0-based
+// staging position.
+void refuse_coincident_atoms(const Engine& engine, int32_t n) {
+    const ForceFieldState& ff = engine.ff;
+    const std::vector<double>& pe = engine.atoms.pe;
+    double total = 0.0;
+    for (int32_t i = 0; i < n; ++i)
+        total += ff.fx[i] + ff.fy[i] + ff.fz[i] + pe[i];
+    if (std::isfinite(total))
+        return;
+    for (int32_t i = 0; i < engine.atoms.mylt; ++i) {
+        for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
+            const int32_t j = ff.nebour[k];
+            const int32_t image = ff.pbctyp[k];
+            const double dx = ff.rx[j] - ff.xoffset(image) - ff.rx[i];
+            const double dy = ff.ry[j] - ff.yoffset(image) - ff.ry[i];
+            const double dz = ff.rz[j] - ff.zoffset(image) - ff.rz[i];
+            if (dx * dx + dy * dy + dz * dz == 0.0) {
+                throw ArgumentError("calcforce: atoms " + std::to_string(std::min(i, j)) + " and " +
+                                    std::to_string(std::max(i, j)) +
+                                    " (staging positions) are at the same position " +
+                                    position_text(ff.rx[i], ff.ry[i], ff.rz[i]));
+            }
+        }
+    }
 }
 
 // Clears the result arrays, then lets the electrostatics and every potential add into them.
@@ -128,6 +167,7 @@ void single_point_evaluation(Engine& engine, std::vector<AtomRecord>& atoms) {
     allocate_list_arrays(engine, n);
     build_nebour_list(engine);
     evaluate_forces(engine, n);
+    refuse_coincident_atoms(engine, n);
     write_back_positions(engine, atoms);
     release_list_arrays(engine);
 }
@@ -163,6 +203,7 @@ void update_force(Engine& engine, std::vector<AtomRecord>& atoms) {
     }
 
     evaluate_forces(engine, n);
+    refuse_coincident_atoms(engine, n);
     state.SIZE_PE = n;
 }
 

@@ -1,5 +1,6 @@
 #include "interaction/registry.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <string_view>
 
@@ -32,9 +33,12 @@ void read_potfor_file(PotentialRegistry& registry, const std::string& path) {
 
     std::vector<std::string> elem1, elem2, potflg;
     const std::size_t count = nlines > 0 ? static_cast<std::size_t>(nlines) : 0;
-    elem1.reserve(count);
-    elem2.reserve(count);
-    potflg.reserve(count);
+    // The count is only a claim of the file: reserving it in full would let one mistyped
+    // number ask for gigabytes before the missing records are noticed.
+    const std::size_t expected = std::min<std::size_t>(count, 1024);
+    elem1.reserve(expected);
+    elem2.reserve(expected);
+    potflg.reserve(expected);
     for (std::size_t r = 0; r < count; ++r) {
         std::string e1(kSymbolWidth, ' ');
         std::string e2(kSymbolWidth, ' ');

@@ -122,6 +122,11 @@ void validate_calcforce_call(const CalcForceCall& call) {
             return "specie[" + std::to_string(i) + "]=" + std::to_string(s) + " is outside 0.." +
                    std::to_string(call.nspecies - 1) + " (species in speciestring)";
         });
+        // A NaN or infinite charge would spread NaN through every Coulomb term of the system.
+        require(std::isfinite(call.charge[i]), [&] {
+            return "charge[" + std::to_string(i) + "]=" + std::to_string(call.charge[i]) +
+                   " is not a finite number";
+        });
     }
     if (call.ncalc >= 1 && call.nmain >= 1) {
         for (int32_t k = 0; k < call.nmain; ++k) {
