@@ -385,38 +385,47 @@ void MultipoleTree::downward_pass() {
     }
 }
 
+// Direct Coulomb terms between particle i, placed at (xi, yi, zi), and the particles
+// first..last-1, added to both sides.
+void MultipoleTree::pair_sum(uint32_t i, double xi, double yi, double zi, uint32_t first,
+                             uint32_t last) {
+    const double* px = sx_.data();
+    const double* py = sy_.data();
+    const double* pz = sz_.data();
+    const double* pq = sq_.data();
+    double phi = 0.0, fx = 0.0, fy = 0.0, fz = 0.0;
+    for (uint32_t j = first; j < last; ++j) {
+        const double dx = xi - px[j], dy = yi - py[j], dz = zi - pz[j];
+        const double inv_r = 1.0 / std::sqrt(dx * dx + dy * dy + dz * dz);
+        const double inv_r3 = inv_r * inv_r * inv_r;
+        phi += pq[j] * inv_r;
+        fx += pq[j] * inv_r3 * dx;
+        fy += pq[j] * inv_r3 * dy;
+        fz += pq[j] * inv_r3 * dz;
+        phi_[j] += pq[i] * inv_r;
+        ex_[j] -= pq[i] * inv_r3 * dx;
+        ey_[j] -= pq[i] * inv_r3 * dy;
+        ez_[j] -= pq[i] * inv_r3 * dz;
+    }
+    phi_[i] += phi;
+    ex_[i] += fx;
+    ey_[i] += fy;
+    ez_[i] += fz;
+}
+
 void MultipoleTree::near_field() {
     const int per_axis = 1 << depth_;
-    double* px = sx_.data();
-    double* py = sy_.data();
-    double* pz = sz_.data();
-    const double* pq = sq_.data();
+    const double* px = sx_.data();
+    const double* py = sy_.data();
+    const double* pz = sz_.data();
     for (std::size_t c = 0; c < cells_at(depth_); ++c) {
         const uint32_t first = cell_start_[c], last = cell_start_[c + 1];
         if (first == last) {
             continue;
         }
         // Pairs within the cell.
-        for (uint32_t i = first; i < last; ++i) {
-            double phi = 0.0, fx = 0.0, fy = 0.0, fz = 0.0;
-            for (uint32_t j = i + 1; j < last; ++j) {
-                const double dx = px[i] - px[j], dy = py[i] - py[j], dz = pz[i] - pz[j];
-                const double inv_r = 1.0 / std::sqrt(dx * dx + dy * dy + dz * dz);
-                const double inv_r3 = inv_r * inv_r * inv_r;
-                phi += pq[j] * inv_r;
-                fx += pq[j] * inv_r3 * dx;
-                fy += pq[j] * inv_r3 * dy;
-                fz += pq[j] * inv_r3 * dz;
-                phi_[j] += pq[i] * inv_r;
-                ex_[j] -= pq[i] * inv_r3 * dx;
-                ey_[j] -= pq[i] * inv_r3 * dy;
-                ez_[j] -= pq[i] * inv_r3 * dz;
-            }
-            phi_[i] += phi;
-            ex_[i] += fx;
-            ey_[i] += fy;
-            ez_[i] += fz;
-        }
+        for (uint32_t i = first; i < last; ++i)
+            pair_sum(i, px[i], py[i], pz[i], i + 1, last);
         // Pairs with each near cell at a positive offset (each unordered cell pair once; in a
         // periodic box a cell may meet an image of itself, so all ordered pairs are taken).
         const auto coords = morton_coordinates(c);
@@ -438,27 +447,8 @@ void MultipoleTree::near_field() {
             }
             const uint64_t other = morton_key(t[0], t[1], t[2]);
             const uint32_t o_first = cell_start_[other], o_last = cell_start_[other + 1];
-            for (uint32_t i = first; i < last; ++i) {
-                const double xi = px[i] - shift[0], yi = py[i] - shift[1], zi = pz[i] - shift[2];
-                double phi = 0.0, fx = 0.0, fy = 0.0, fz = 0.0;
-                for (uint32_t j = o_first; j < o_last; ++j) {
-                    const double dx = xi - px[j], dy = yi - py[j], dz = zi - pz[j];
-                    const double inv_r = 1.0 / std::sqrt(dx * dx + dy * dy + dz * dz);
-                    const double inv_r3 = inv_r * inv_r * inv_r;
-                    phi += pq[j] * inv_r;
-                    fx += pq[j] * inv_r3 * dx;
-                    fy += pq[j] * inv_r3 * dy;
-                    fz += pq[j] * inv_r3 * dz;
-                    phi_[j] += pq[i] * inv_r;
-                    ex_[j] -= pq[i] * inv_r3 * dx;
-                    ey_[j] -= pq[i] * inv_r3 * dy;
-                    ez_[j] -= pq[i] * inv_r3 * dz;
-                }
-                phi_[i] += phi;
-                ex_[i] += fx;
-                ey_[i] += fy;
-                ez_[i] += fz;
-            }
+            for (uint32_t i = first; i < last; ++i)
+                pair_sum(i, px[i] - shift[0], py[i] - shift[1], pz[i] - shift[2], o_first, o_last);
         }
     }
 }

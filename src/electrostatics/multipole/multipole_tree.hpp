@@ -65,6 +65,7 @@ class MultipoleTree {
     void transfer_pass();
     void downward_pass();
     void near_field();
+    void pair_sum(uint32_t i, double xi, double yi, double zi, uint32_t first, uint32_t last);
     void add_background_terms();
 
     MultipoleSettings settings_;
