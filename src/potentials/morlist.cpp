@@ -7,13 +7,13 @@
 #include "common/spline.hpp"
 #include "potentials/family_contract.hpp"
 #include "potentials/pair_table.hpp"
+#include "potentials/phosphorus_iron.hpp"
 
 namespace pelix {
 
 namespace {
 
-constexpr int32_t kP = 15, kFe = 26;
-constexpr int32_t kPP = 1, kPFe = 2;
+constexpr int32_t kPP = kPhosphorusPair, kPFe = kPhosphorusIronPair;
 
 // Both set-ups refuse an oversized table with the text that names the P-Fe routine.
 constexpr PairTableLimit kTableLimit{kMorlistMaxNdata,
@@ -89,15 +89,14 @@ void setup_prms_for_morlist(Engine& engine, int32_t k) {
 }
 
 int32_t morlist_mapij(int32_t za, int32_t zb) {
-    if (za == kP && zb == kP)
-        return kPP;
-    if ((za == kP && zb == kFe) || (za == kFe && zb == kP))
-        return kPFe;
-    nrerror("FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ");
+    const int32_t t = phosphorus_iron_pair_type(za, zb);
+    if (t == 0)
+        nrerror("FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ");
+    return t;
 }
 
 bool morlist_selects(int32_t z) {
-    return z == kP || z == kFe;
+    return phosphorus_iron_selects(z);
 }
 
 double morlist_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {

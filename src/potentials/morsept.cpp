@@ -6,13 +6,14 @@
 #include "common/fatal_error.hpp"
 #include "common/list_output.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/phosphorus_iron.hpp"
 
 namespace pelix {
 
 namespace {
 
-constexpr int32_t kP = 15, kFe = 26;
-constexpr int32_t kPP = 1, kPFe = 2;
+constexpr int32_t kP = kPhosphorusZ, kFe = kIronZ;
+constexpr int32_t kPP = kPhosphorusPair, kPFe = kPhosphorusIronPair;
 
 // Well depth, equilibrium distance and Morse rate of a pair; the smoothing runs from r0 to
 // 1.4 r0.
@@ -110,15 +111,14 @@ void setup_prms_for_morsept(Engine& engine, int32_t k) {
 }
 
 int32_t morsept_mapij(int32_t za, int32_t zb) {
-    if (za == kP && zb == kP)
-        return kPP;
-    if ((za == kP && zb == kFe) || (za == kFe && zb == kP))
-        return kPFe;
-    nrerror("FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ");
+    const int32_t t = phosphorus_iron_pair_type(za, zb);
+    if (t == 0)
+        nrerror("FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ");
+    return t;
 }
 
 bool morsept_selects(int32_t z) {
-    return z == kP || z == kFe;
+    return phosphorus_iron_selects(z);
 }
 
 double morsept_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
