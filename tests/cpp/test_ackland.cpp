@@ -12,6 +12,7 @@
 #include "engine/engine.hpp"
 #include "family_test_support.hpp"
 #include "potentials/ackland.hpp"
+#include "zbl_reference.hpp"
 
 namespace pelix {
 namespace {
@@ -38,15 +39,8 @@ struct Expected {
 
 // Screened repulsion of two atoms of atomic number z with screening length a.
 Expected zbl(int32_t z, double a, double r) {
-    constexpr std::array<double, 4> c{0.02817, 0.2802, 0.5099, 0.1818};
-    constexpr std::array<double, 4> d{0.2016, 0.4029, 0.9423, 3.2};
-    double s = 0.0, ds = 0.0;
-    for (std::size_t k = 0; k < 4; ++k) {
-        const double term = c[k] * z * z * 14.399652003564425 * std::exp(-d[k] * r / a);
-        s += term;
-        ds -= d[k] / a * term;
-    }
-    return {s / r, -(ds / r - s / (r * r))};
+    const auto [v, dvdr] = test_support::zbl_reference(z, z, a, r);
+    return {v, -dvdr};
 }
 
 // Sum of c (x - r)^3 over the knots x from `first` on (all beyond r) and F = -d/dr of it.

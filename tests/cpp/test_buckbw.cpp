@@ -13,6 +13,7 @@
 #include "engine/engine.hpp"
 #include "family_test_support.hpp"
 #include "potentials/buckbw.hpp"
+#include "zbl_reference.hpp"
 
 namespace pelix {
 namespace {
@@ -21,8 +22,6 @@ using test_support::nrerror_line;
 using test_support::two_atom_bond_engine;
 
 constexpr int32_t kO = 8, kTi = 22, kFe = 26, kY = 39;
-constexpr std::array<double, 4> kC{0.02817, 0.2802, 0.5099, 0.1818};
-constexpr std::array<double, 4> kD{0.2016, 0.4029, 0.9423, 3.2};
 
 // Atomic numbers of pair types 1..10.
 // clang-format off
@@ -58,15 +57,9 @@ struct Expected {
 Expected expected_pair(const Row& p, double r) {
     const auto [z1, z2] = kPairs[static_cast<std::size_t>(p.t - 1)];
     if (r <= p.r1) {
-        const double a = 0.88534 * 0.53 / (std::pow(z1, 0.23) + std::pow(z2, 0.23));
-        double s = 0.0, ds = 0.0;
-        for (std::size_t k = 0; k < 4; ++k) {
-            const double term = kC[k] * z1 * z2 * 14.399652003564425 * std::exp(-kD[k] * r / a);
-            s += term;
-            ds -= kD[k] / a * term;
-        }
-        const double v = s / r + p.de;
-        return {v, ds / r - v / r, s / r + std::abs(p.de)};
+        const auto [zbl, dzbl] = test_support::zbl_reference(z1, z2, r);
+        const double v = zbl + p.de;
+        return {v, dzbl - p.de / r, zbl + std::abs(p.de)};
     }
     if (r < p.r2) {
         double v = 0.0, g = 0.0, scale = 0.0;

@@ -14,6 +14,7 @@
 #include "engine/engine.hpp"
 #include "family_test_support.hpp"
 #include "potentials/morsept.hpp"
+#include "zbl_reference.hpp"
 
 namespace pelix {
 namespace {
@@ -44,13 +45,7 @@ double poly(const std::array<double, 6>& b, double r) {
     return sum;
 }
 double zbl_energy(int32_t z1, int32_t z2, double r) {
-    constexpr std::array<double, 4> c{0.02817, 0.2802, 0.5099, 0.1818};
-    constexpr std::array<double, 4> d{0.2016, 0.4029, 0.9423, 3.2};
-    const double a = 0.88534 * 0.53 / (std::pow(z1, 0.23) + std::pow(z2, 0.23));
-    double s = 0.0;
-    for (std::size_t k = 0; k < 4; ++k)
-        s += c[k] * z1 * z2 * 14.399652003564425 * std::exp(-d[k] * r / a);
-    return s / r;
+    return test_support::zbl_reference(z1, z2, r).v;
 }
 
 double smoothing_value(double rl, double rh, double r) {

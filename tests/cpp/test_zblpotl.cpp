@@ -14,6 +14,7 @@
 #include "engine/engine.hpp"
 #include "family_test_support.hpp"
 #include "potentials/zblpotl.hpp"
+#include "zbl_reference.hpp"
 
 namespace pelix {
 namespace {
@@ -31,16 +32,7 @@ struct Expected {
     double e, f;
 };
 Expected expected_pair(int32_t z1, int32_t z2, double conrl, double conrh, double r) {
-    constexpr std::array<double, 4> c{0.02817, 0.2802, 0.5099, 0.1818};
-    constexpr std::array<double, 4> d{0.2016, 0.4029, 0.9423, 3.2};
-    const double a = 0.88534 * 0.53 / (std::pow(z1, 0.23) + std::pow(z2, 0.23));
-    double s = 0.0, ds = 0.0;
-    for (std::size_t k = 0; k < 4; ++k) {
-        const double term = c[k] * z1 * z2 * 14.399652003564425 * std::exp(-d[k] * r / a);
-        s += term;
-        ds -= d[k] / a * term;
-    }
-    const double v0 = s / r, dv0 = ds / r - s / (r * r);
+    const auto [v0, dv0] = test_support::zbl_reference(z1, z2, r);
     double fc = 1.0, dfc = 0.0;
     if (r >= conrl) {
         const double w = conrh - conrl, theta = kPi * (r - conrl) / w;

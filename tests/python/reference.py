@@ -2,9 +2,21 @@
 
 from __future__ import annotations
 
+import math
 from pathlib import Path
 
 import numpy as np
+
+
+def zbl(z1, z2, r):
+    """Screened nuclear repulsion of atomic numbers z1, z2 at r with the universal screening
+    length: (V, -dV/dr)."""
+    a = 0.88534 * 0.53 / (z1 ** 0.23 + z2 ** 0.23)
+    terms = [c * z1 * z2 * 14.399652003564425 * math.exp(-d * r / a)
+             for c, d in zip((0.02817, 0.2802, 0.5099, 0.1818), (0.2016, 0.4029, 0.9423, 3.2))]
+    s = sum(terms)
+    ds = sum(-d / a * t for d, t in zip((0.2016, 0.4029, 0.9423, 3.2), terms))
+    return s / r, -(ds / r - s / r ** 2)
 
 
 def pair_sums(specie, pos, box, periodic, pair_term):

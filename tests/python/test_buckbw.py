@@ -6,13 +6,13 @@ import math
 import numpy as np
 import pytest
 
+from reference import zbl
+
 
 SPECIES = "FeTiY_O_"
 SYMBOLS = ("Fe", "Ti", "Y_", "O_")
 Z = (26, 22, 39, 8)
 PAIRS = [(a, b, "BUCKBW") for a, b in itertools.combinations_with_replacement(SYMBOLS, 2)]
-C = (0.02817, 0.2802, 0.5099, 0.1818)
-D = (0.2016, 0.4029, 0.9423, 3.2)
 
 # Per unordered species pair: r1, r2, cut-off R + D, and whether the repulsion is shifted.
 RADII = {
@@ -38,10 +38,7 @@ ROWS = {
 def pair_energy(key, r):
     a, rho, c, big_r, d, r1, r2, de, s = ROWS[key]
     if r <= r1:
-        z1, z2 = Z[key[0]], Z[key[1]]
-        screening = 0.88534 * 0.53 / (z1 ** 0.23 + z2 ** 0.23)
-        return sum(ck * z1 * z2 * 14.399652003564425 * math.exp(-dk * r / screening)
-                   for ck, dk in zip(C, D)) / r + de
+        return zbl(Z[key[0]], Z[key[1]], r)[0] + de
     if r < r2:
         return sum(sk * r ** n for n, sk in enumerate(s))
     b = a * math.exp(-r / rho) - c / r ** 6

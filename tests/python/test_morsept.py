@@ -6,13 +6,11 @@ import math
 import numpy as np
 import pytest
 
-from reference import pair_sums
+from reference import pair_sums, zbl
 
 SPECIES = "P_Fe"
 Z = (15, 26)
 PAIRS = [("P_", "P_", "MORSEPT"), ("P_", "Fe", "MORSEPT"), ("Fe", "Fe", "ZERO")]
-C = (0.02817, 0.2802, 0.5099, 0.1818)
-D = (0.2016, 0.4029, 0.9423, 3.2)
 # Per unordered species pair: e0, r0, bridge coefficients b0..b5, cutin, sr_cutoff.
 CONSTANTS = {
     (0, 0): (0.194, 3.35, (18.463375, -46.290417, 67.58019, -52.524806, 19.907106, -2.9289798),
@@ -40,11 +38,7 @@ def pair_energy_and_force(pair, r):
     e0, r0, b, cutin, sr_cutoff = CONSTANTS[pair]
     kind = region(pair, r)
     if kind == "zbl":
-        z1, z2 = Z[pair[0]], Z[pair[1]]
-        a = 0.88534 * 0.53 / (z1 ** 0.23 + z2 ** 0.23)
-        terms = [c * z1 * z2 * 14.399652003564425 * math.exp(-d * r / a) for c, d in zip(C, D)]
-        s, ds = sum(terms), sum(-d / a * t for d, t in zip(D, terms))
-        return s / r, -(ds / r - s / r ** 2)
+        return zbl(Z[pair[0]], Z[pair[1]], r)
     if kind == "bridge":
         p = sum(bk * r ** k for k, bk in enumerate(b))
         dp = sum(k * bk * r ** (k - 1) for k, bk in enumerate(b) if k > 0)
