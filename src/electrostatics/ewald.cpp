@@ -1,6 +1,9 @@
 #include "electrostatics/ewald.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <vector>
 
 #include "common/list_output.hpp"
@@ -52,8 +55,125 @@ void real_space_sum(const Engine& engine, const EwaldParameters& p, int32_t n, c
     }
 }
 
+// One wave vector of the half-space with its weight A(k) = 4 pi exp(-k^2 / 4 alpha^2) / k^2.
+struct WaveVector {
+    int32_t ix, iy, iz;
+    double kx, ky, kz, a;
+};
+
+// The wave vectors with |k| < kc in the order of the half-space loops: kx = 0..nx; for kx > 0
+// every ky and kz; for kx = 0 only ky >= 0, and kz > 0 when ky = 0 as well.
+std::vector<WaveVector> half_space_wave_vectors(const EwaldParameters& p, double gx, double gy,
+                                                double gz, const WaveVectorRange& range) {
+    const double kc2 = p.kc * p.kc;
+    const double inverse_4alpha2 = 1.0 / (4.0 * p.alpha * p.alpha);
+    std::vector<WaveVector> out;
+    for (int32_t ix = 0; ix <= range.nx; ++ix) {
+        for (int32_t iy = ix == 0 ? 0 : -range.ny; iy <= range.ny; ++iy) {
+            const int32_t first_z = (ix == 0 && iy == 0) ? 1 : -range.nz;
+            for (int32_t iz = first_z; iz <= range.nz; ++iz) {
+                const double kx = ix * gx, ky = iy * gy, kz = iz * gz;
+                const double k2 = kx * kx + ky * ky + kz * kz;
+                if (!(k2 < kc2))
+                    continue;
+                const double a = EwaldParameters::four_pi * std::exp(-k2 * inverse_4alpha2) / k2;
+                out.push_back({ix, iy, iz, kx, ky, kz, a});
+            }
+        }
+    }
+    return out;
+}
+
+// exp(i m g x) of a block of atoms for m = 0..steps along one axis, as cosines and sines laid
+// out step by step (the atoms of a step contiguous). A negative step is the complex conjugate.
+class AxisPhases {
+  public:
+    void fill(int32_t steps, double g, const double* x, int32_t count) {
+        count_ = count;
+        const auto size = static_cast<std::size_t>(steps + 1) * static_cast<std::size_t>(count);
+        cos_.resize(size);
+        sin_.resize(size);
+        for (int32_t m = 0; m <= steps; ++m) {
+            const double k = m * g;
+            double* c = cos_.data() + offset(m);
+            double* s = sin_.data() + offset(m);
+            for (int32_t i = 0; i < count; ++i) {
+                c[i] = std::cos(k * x[i]);
+                s[i] = std::sin(k * x[i]);
+            }
+        }
+    }
+    const double* cosines(int32_t m) const { return cos_.data() + offset(m); }
+    const double* sines(int32_t m) const { return sin_.data() + offset(m); }
+
+  private:
+    std::size_t offset(int32_t m) const {
+        return static_cast<std::size_t>(m) * static_cast<std::size_t>(count_);
+    }
+    int32_t count_ = 0;
+    std::vector<double> cos_, sin_;
+};
+
+// Phases of a block of atoms for every wave vector, built from per-axis tables: one complex
+// product per atom and wave vector instead of a sine and a cosine.
+class BlockPhases {
+  public:
+    BlockPhases(double gx, double gy, double gz, const WaveVectorRange& range)
+        : gx_(gx), gy_(gy), gz_(gz), range_(range) {}
+
+    void load(const double* rx, const double* ry, const double* rz, int32_t count) {
+        count_ = count;
+        x_.fill(range_.nx, gx_, rx, count);
+        y_.fill(range_.ny, gy_, ry, count);
+        z_.fill(range_.nz, gz_, rz, count);
+        xy_cos_.resize(static_cast<std::size_t>(count));
+        xy_sin_.resize(static_cast<std::size_t>(count));
+        c_.resize(static_cast<std::size_t>(count));
+        s_.resize(static_cast<std::size_t>(count));
+        last_ix_ = last_iy_ = std::numeric_limits<int32_t>::min();
+    }
+
+    // cos(k.r) and sin(k.r) of the block's atoms, valid until the next call.
+    void phases(const WaveVector& k, const double*& c, const double*& s) {
+        if (k.ix != last_ix_ || k.iy != last_iy_) {
+            combine(x_.cosines(k.ix), x_.sines(k.ix), y_.cosines(std::abs(k.iy)),
+                    y_.sines(std::abs(k.iy)), k.iy < 0, xy_cos_.data(), xy_sin_.data());
+            last_ix_ = k.ix;
+            last_iy_ = k.iy;
+        }
+        combine(xy_cos_.data(), xy_sin_.data(), z_.cosines(std::abs(k.iz)),
+                z_.sines(std::abs(k.iz)), k.iz < 0, c_.data(), s_.data());
+        c = c_.data();
+        s = s_.data();
+    }
+
+  private:
+    // (ac + i as) (bc +- i bs), the sign of the second imaginary part given by `conjugate`.
+    void combine(const double* ac, const double* as, const double* bc, const double* bs,
+                 bool conjugate, double* c, double* s) const {
+        const double sign = conjugate ? -1.0 : 1.0;
+        for (int32_t i = 0; i < count_; ++i) {
+            const double bsi = sign * bs[i];
+            c[i] = ac[i] * bc[i] - as[i] * bsi;
+            s[i] = as[i] * bc[i] + ac[i] * bsi;
+        }
+    }
+
+    double gx_, gy_, gz_;
+    WaveVectorRange range_;
+    int32_t count_ = 0;
+    AxisPhases x_, y_, z_;
+    std::vector<double> xy_cos_, xy_sin_, c_, s_;
+    int32_t last_ix_ = 0, last_iy_ = 0;
+};
+
+// Atoms per block of phase tables: the tables of a block stay in cache and their size does
+// not grow with the system.
+constexpr int32_t kPhaseBlock = 1024;
+
 // Reciprocal-space sum over the half-space of wave vectors with |k| < kc; the factor 2 in the
-// weight stands for the wave vectors -k left out.
+// weight stands for the wave vectors -k left out. A first pass over blocks of atoms sums the
+// structure factor C(k), S(k) of every wave vector, a second adds each atom's energy and force.
 void reciprocal_space_sum(const Engine& engine, const EwaldParameters& p, int32_t n,
                           const double* rx, const double* ry, const double* rz, const double* q,
                           double* fx, double* fy, double* fz, double* pe) {
@@ -63,42 +183,46 @@ void reciprocal_space_sum(const Engine& engine, const EwaldParameters& p, int32_
     const double gy = EwaldParameters::two_pi / ly;
     const double gz = EwaldParameters::two_pi / lz;
     const WaveVectorRange range = ewald_wave_vector_range(lx, ly, lz);
-    const double kc2 = p.kc * p.kc;
-    const double inverse_4alpha2 = 1.0 / (4.0 * p.alpha * p.alpha);
+    const std::vector<WaveVector> waves = half_space_wave_vectors(p, gx, gy, gz, range);
+    if (waves.empty())
+        return;
 
-    std::vector<double> cosines(static_cast<std::size_t>(n));
-    std::vector<double> sines(static_cast<std::size_t>(n));
-    auto add_wave_vector = [&](int32_t ix, int32_t iy, int32_t iz) {
-        const double kx = ix * gx, ky = iy * gy, kz = iz * gz;
-        const double k2 = kx * kx + ky * ky + kz * kz;
-        if (!(k2 < kc2))
-            return;
-        const double a = EwaldParameters::four_pi * std::exp(-k2 * inverse_4alpha2) / k2;
-        double c_sum = 0.0, s_sum = 0.0;
-        for (int32_t i = 0; i < n; ++i) {
-            const double phase = kx * rx[i] + ky * ry[i] + kz * rz[i];
-            cosines[static_cast<std::size_t>(i)] = std::cos(phase);
-            sines[static_cast<std::size_t>(i)] = std::sin(phase);
-            c_sum += q[i] * cosines[static_cast<std::size_t>(i)];
-            s_sum -= q[i] * sines[static_cast<std::size_t>(i)];
+    std::vector<double> c_sum(waves.size(), 0.0), s_sum(waves.size(), 0.0);
+    BlockPhases block(gx, gy, gz, range);
+    for (int32_t first = 0; first < n; first += kPhaseBlock) {
+        const int32_t count = std::min(kPhaseBlock, n - first);
+        block.load(rx + first, ry + first, rz + first, count);
+        const double* qb = q + first;
+        for (std::size_t w = 0; w < waves.size(); ++w) {
+            const double *c = nullptr, *s = nullptr;
+            block.phases(waves[w], c, s);
+            double cs = c_sum[w], ss = s_sum[w];
+            for (int32_t i = 0; i < count; ++i) {
+                cs += qb[i] * c[i];
+                ss -= qb[i] * s[i];
+            }
+            c_sum[w] = cs;
+            s_sum[w] = ss;
         }
-        for (int32_t i = 0; i < n; ++i) {
-            const double c = cosines[static_cast<std::size_t>(i)];
-            const double s = sines[static_cast<std::size_t>(i)];
-            const double w = 2.0 * q[i] * a / volume;
-            pe[i] += w * (c * c_sum - s * s_sum);
-            const double t = w * (s * c_sum + c * s_sum);
-            fx[i] += t * kx;
-            fy[i] += t * ky;
-            fz[i] += t * kz;
-        }
-    };
+    }
 
-    for (int32_t ix = 0; ix <= range.nx; ++ix) {
-        for (int32_t iy = ix == 0 ? 0 : -range.ny; iy <= range.ny; ++iy) {
-            const int32_t first_z = (ix == 0 && iy == 0) ? 1 : -range.nz;
-            for (int32_t iz = first_z; iz <= range.nz; ++iz)
-                add_wave_vector(ix, iy, iz);
+    for (int32_t first = 0; first < n; first += kPhaseBlock) {
+        const int32_t count = std::min(kPhaseBlock, n - first);
+        block.load(rx + first, ry + first, rz + first, count);
+        for (std::size_t w = 0; w < waves.size(); ++w) {
+            const WaveVector& k = waves[w];
+            const double *c = nullptr, *s = nullptr;
+            block.phases(k, c, s);
+            const double weight = 2.0 * k.a / volume;
+            for (int32_t b = 0; b < count; ++b) {
+                const int32_t i = first + b;
+                const double wq = weight * q[i];
+                pe[i] += wq * (c[b] * c_sum[w] - s[b] * s_sum[w]);
+                const double t = wq * (s[b] * c_sum[w] + c[b] * s_sum[w]);
+                fx[i] += t * k.kx;
+                fy[i] += t * k.ky;
+                fz[i] += t * k.kz;
+            }
         }
     }
 }
