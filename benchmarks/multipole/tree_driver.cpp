@@ -1,9 +1,10 @@
 // Runs the multipole tree once on charges read from a binary file and writes the results.
-//   tree_driver <in> <out> <levels> <terms> <theta> <periodic> <side> [repeats]
+//   tree_driver <in> <out> <levels> <terms> <theta> <periodic> <side> [repeats [fft_block]]
 // <in>: N, then x[N], y[N], z[N], q[N] as float64 (N itself as float64); the box is the cube
-// [0, side)^3. <out>: potential[N], fx[N], fy[N], fz[N] as float64 (force = q E, Coulomb
-// constant 1). Prints the best wall time and the best processor time of the evaluation in
-// seconds (the processor time is the fairer figure on a shared machine).
+// [0, side)^3; fft_block 0 (the default) selects the direct multipole-to-local transfer, a
+// positive value the FFT transfer with that block size. <out>: potential[N], fx[N], fy[N], fz[N] as
+// float64 (force = q E, Coulomb constant 1). Prints the best wall time and the best processor time
+// of the evaluation in seconds (the processor time is the fairer figure on a shared machine).
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -18,7 +19,8 @@
 
 int main(int argc, char** argv) {
     if (argc < 8) {
-        std::cerr << "usage: tree_driver in out levels terms theta periodic side [repeats]\n";
+        std::cerr << "usage: tree_driver in out levels terms theta periodic side [repeats "
+                     "[fft_block]]\n";
         return 2;
     }
     std::ifstream in(argv[1], std::ios::binary);
@@ -43,6 +45,9 @@ int main(int argc, char** argv) {
     s.v3 = {0.0, 0.0, side};
     s.centre = {0.5 * side, 0.5 * side, 0.5 * side};
     const int repeats = argc > 8 ? std::atoi(argv[8]) : 1;
+    const int fft_block = argc > 9 ? std::atoi(argv[9]) : 0;
+    s.fft_switch = fft_block > 0 ? 1 : 0;
+    s.fft_block = fft_block > 0 ? fft_block : 4;
     std::vector<double> out(4 * n);
     double best = 1e300, best_cpu = 1e300;
     try {

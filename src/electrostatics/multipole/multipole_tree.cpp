@@ -7,6 +7,10 @@
 #include <sstream>
 #include <string>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/fatal_error.hpp"
 #include "electrostatics/multipole/lattice_sum.hpp"
 
@@ -15,6 +19,10 @@ namespace {
 
 constexpr int kMaxLevels = 8;
 constexpr int kMaxTerms = 32;
+// The FFT block: parent cells per axis, and the longest FFT per axis it may lead to (the
+// transformed operators take 27 x length^3 x terms^2 complex values).
+constexpr int kMaxFftBlock = 16;
+constexpr int kMaxFftLength = 16;
 
 std::size_t cells_at(int level) {
     return std::size_t{1} << (3 * level);
@@ -77,9 +85,9 @@ MultipoleTree::MultipoleTree(const MultipoleSettings& settings) : settings_(sett
         problem << "NUMBER OF TERMS " << settings.terms << " OUTSIDE 1.." << kMaxTerms;
     } else if (!(settings.theta > 0.0 && settings.theta < 1.0)) {
         problem << "THETA " << settings.theta << " OUTSIDE (0,1)";
-    } else if (settings.fft_switch != 0) {
-        // Only the direct transfer is built; running it under an FFT request would hide that.
-        problem << "FFT MULTIPOLE-TO-LOCAL TRANSFER NOT AVAILABLE, SET THE FFT SWITCH TO 0";
+    } else if (settings.fft_switch != 0 &&
+               (settings.fft_block < 1 || settings.fft_block > kMaxFftBlock)) {
+        problem << "FFT BLOCK SIZE " << settings.fft_block << " OUTSIDE 1.." << kMaxFftBlock;
     } else if (settings.periodic != 0 &&
                (settings.macroscopic_terms < 1 || settings.macroscopic_terms > kMaxTerms)) {
         problem << "NUMBER OF MACROSCOPIC TERMS " << settings.macroscopic_terms << " OUTSIDE 1.."
@@ -146,6 +154,22 @@ void MultipoleTree::lay_out_cells() {
             regular_harmonics(order_, shift[0], shift[1], shift[2],
                               &shifts[parity * half_size(order_)]);
         }
+    }
+
+    fft_transfer_.reset();
+    if (settings_.fft_switch != 0) {
+        auto transfer = std::make_unique<FftTransfer>(order_, sides_, settings_.theta, offsets_,
+                                                      settings_.fft_block, periodic_);
+        const std::array<int, 3> longest = transfer->fft_lengths(1 << 30);
+        for (int length : longest) {
+            if (length > kMaxFftLength) {
+                std::ostringstream message;
+                message << "FPMTAFORCE: FFT BLOCK LENGTH " << length << " EXCEEDS " << kMaxFftLength
+                        << " CELLS, LOWER THE FFT BLOCK SIZE OR RAISE THETA";
+                nrerror(message.str());
+            }
+        }
+        fft_transfer_ = std::move(transfer);
     }
 
     if (periodic_) {
@@ -285,56 +309,17 @@ void MultipoleTree::upward_pass() {
 
 void MultipoleTree::transfer_pass() {
     const std::size_t h = half_size(order_);
-    const std::size_t full = full_size(order_);
-    const int width = 2 * table_reach_ + 1;
-    std::vector<Complex> source_full(full);
     for (int level = 1; level <= depth_; ++level) {
-        const int per_axis = 1 << level;
-        const auto& multipoles = multipole_[level];
-        auto& locals = local_[level];
+        if (transfers_by_fft(level)) {
+            fft_transfer_->transfer(level, multipole_[level], occupied_[level], local_[level]);
+        } else {
+            direct_transfer(level);
+        }
         // Level-l operators are the root's with R scaled by 2^-l: M_n enters as M_n 2^(l n) and
         // the result L_k leaves as L_k 2^(l (k + 1)).
-        const std::vector<char>& occupied = occupied_[level];
-        for (std::size_t s = 0; s < cells_at(level); ++s) {
-            if (!occupied[s]) {
-                continue;
-            }
-            for (int n = 0; n <= order_; ++n) {
-                const double scale = std::ldexp(1.0, level * n);
-                for (int m = -n; m <= n; ++m) {
-                    const Complex v = multipoles[s * h + half_index(n, std::abs(m))];
-                    const Complex vm = (m >= 0) ? v : ((m & 1) ? -std::conj(v) : std::conj(v));
-                    source_full[full_index(n, m)] = scale * vm;
-                }
-            }
-            const auto source = morton_coordinates(s);
-            for (const Offset& d : offsets_.interaction_by_source_parity[parity_of(s)]) {
-                int t[3];
-                bool inside = true;
-                for (int a = 0; a < 3; ++a) {
-                    t[a] = static_cast<int>(source[a]) - d[a];
-                    if (periodic_) {
-                        wrap(t[a], per_axis);
-                    } else if (t[a] < 0 || t[a] >= per_axis) {
-                        inside = false;
-                    }
-                }
-                if (!inside) {
-                    continue;
-                }
-                const uint64_t target = morton_key(t[0], t[1], t[2]);
-                if (!occupied[target]) {
-                    continue;
-                }
-                const int slot = transfer_slot_[static_cast<std::size_t>(
-                    ((d[0] + table_reach_) * width + d[1] + table_reach_) * width + d[2] +
-                    table_reach_)];
-                multipole_to_local(order_, order_, &transfer_table_[slot * full],
-                                   source_full.data(), &locals[target * h]);
-            }
-        }
+        auto& locals = local_[level];
         for (std::size_t c = 0; c < cells_at(level); ++c) {
-            if (!occupied[c]) {
+            if (!occupied_[level][c]) {
                 continue;
             }
             for (int k = 0; k <= order_; ++k) {
@@ -346,9 +331,93 @@ void MultipoleTree::transfer_pass() {
         }
     }
     if (periodic_) {
-        expand_to_full(order_, multipole_[0].data(), source_full.data());
-        multipole_to_local(order_, lattice_degree_, lattice_full_.data(), source_full.data(),
+        std::vector<Complex> root_full(full_size(order_));
+        expand_to_full(order_, multipole_[0].data(), root_full.data());
+        multipole_to_local(order_, lattice_degree_, lattice_full_.data(), root_full.data(),
                            local_[0].data());
+    }
+}
+
+bool MultipoleTree::transfers_by_fft(int level) {
+    if (!layout_current_) {
+        lay_out_cells();
+    }
+    return fft_transfer_ && fft_transfer_->operator_products(level) < direct_products(level);
+}
+
+// Operator products of the direct transfer at `level` if every cell were occupied: per source
+// parity and offset, the number of sources whose target lies in the grid.
+double MultipoleTree::direct_products(int level) const {
+    const int parents = 1 << (level - 1);
+    double total = 0.0;
+    for (int parity = 0; parity < 8; ++parity) {
+        for (const Offset& d : offsets_.interaction_by_source_parity[parity]) {
+            double pairs = 1.0;
+            for (int a = 0; a < 3; ++a) {
+                int sources = parents;
+                if (!periodic_) {
+                    sources = 0;
+                    for (int s = 0; s < parents; ++s) {
+                        const int target = 2 * s + ((parity >> a) & 1) - d[a];
+                        sources += (target >= 0 && target < 2 * parents) ? 1 : 0;
+                    }
+                }
+                pairs *= sources;
+            }
+            total += pairs;
+        }
+    }
+    return total;
+}
+
+// Transfers of one level operator by operator: each occupied source cell adds into every
+// occupied cell that has it in its interaction list.
+void MultipoleTree::direct_transfer(int level) {
+    const std::size_t h = half_size(order_);
+    const std::size_t full = full_size(order_);
+    const int width = 2 * table_reach_ + 1;
+    std::vector<Complex> source_full(full);
+    const int per_axis = 1 << level;
+    const auto& multipoles = multipole_[level];
+    auto& locals = local_[level];
+    const std::vector<char>& occupied = occupied_[level];
+    for (std::size_t s = 0; s < cells_at(level); ++s) {
+        if (!occupied[s]) {
+            continue;
+        }
+        for (int n = 0; n <= order_; ++n) {
+            const double scale = std::ldexp(1.0, level * n);
+            for (int m = -n; m <= n; ++m) {
+                const Complex v = multipoles[s * h + half_index(n, std::abs(m))];
+                const Complex vm = (m >= 0) ? v : ((m & 1) ? -std::conj(v) : std::conj(v));
+                source_full[full_index(n, m)] = scale * vm;
+            }
+        }
+        const auto source = morton_coordinates(s);
+        for (const Offset& d : offsets_.interaction_by_source_parity[parity_of(s)]) {
+            int t[3];
+            bool inside = true;
+            for (int a = 0; a < 3; ++a) {
+                t[a] = static_cast<int>(source[a]) - d[a];
+                if (periodic_) {
+                    wrap(t[a], per_axis);
+                } else if (t[a] < 0 || t[a] >= per_axis) {
+                    inside = false;
+                }
+            }
+            if (!inside) {
+                continue;
+            }
+            const uint64_t target = morton_key(t[0], t[1], t[2]);
+            if (!occupied[target]) {
+                continue;
+            }
+            const int slot = transfer_slot_[static_cast<std::size_t>(
+                ((d[0] + table_reach_) * width + d[1] + table_reach_) * width + d[2] +
+                table_reach_)];
+            multipole_to_local(order_, order_, &transfer_table_[slot * full], source_full.data(),
+                               &locals[target * h]);
+        }
     }
 }
 
@@ -386,15 +455,56 @@ void MultipoleTree::downward_pass() {
 }
 
 // Direct Coulomb terms between particle i, placed at (xi, yi, zi), and the particles
-// first..last-1, added to both sides.
+// first..last-1, added to both sides. Where SSE2 is available two partners are taken at a
+// time; particle i's sums then run in two lanes, added up at the end.
 void MultipoleTree::pair_sum(uint32_t i, double xi, double yi, double zi, uint32_t first,
                              uint32_t last) {
-    const double* px = sx_.data();
-    const double* py = sy_.data();
-    const double* pz = sz_.data();
-    const double* pq = sq_.data();
+    const double* __restrict px = sx_.data();
+    const double* __restrict py = sy_.data();
+    const double* __restrict pz = sz_.data();
+    const double* __restrict pq = sq_.data();
+    double* __restrict phi_j = phi_.data();
+    double* __restrict ex_j = ex_.data();
+    double* __restrict ey_j = ey_.data();
+    double* __restrict ez_j = ez_.data();
+    const double qi = pq[i];
     double phi = 0.0, fx = 0.0, fy = 0.0, fz = 0.0;
-    for (uint32_t j = first; j < last; ++j) {
+    uint32_t j = first;
+#if defined(__SSE2__)
+    const __m128d x2 = _mm_set1_pd(xi), y2 = _mm_set1_pd(yi), z2 = _mm_set1_pd(zi);
+    const __m128d qi2 = _mm_set1_pd(qi), one = _mm_set1_pd(1.0);
+    __m128d phi2 = _mm_setzero_pd(), fx2 = _mm_setzero_pd(), fy2 = _mm_setzero_pd(),
+            fz2 = _mm_setzero_pd();
+    for (; j + 1 < last; j += 2) {
+        const __m128d dx = _mm_sub_pd(x2, _mm_loadu_pd(px + j));
+        const __m128d dy = _mm_sub_pd(y2, _mm_loadu_pd(py + j));
+        const __m128d dz = _mm_sub_pd(z2, _mm_loadu_pd(pz + j));
+        const __m128d r2 =
+            _mm_add_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)), _mm_mul_pd(dz, dz));
+        const __m128d inv_r = _mm_div_pd(one, _mm_sqrt_pd(r2));
+        const __m128d inv_r3 = _mm_mul_pd(_mm_mul_pd(inv_r, inv_r), inv_r);
+        const __m128d qj = _mm_loadu_pd(pq + j);
+        const __m128d qj_r3 = _mm_mul_pd(qj, inv_r3), qi_r3 = _mm_mul_pd(qi2, inv_r3);
+        phi2 = _mm_add_pd(phi2, _mm_mul_pd(qj, inv_r));
+        fx2 = _mm_add_pd(fx2, _mm_mul_pd(qj_r3, dx));
+        fy2 = _mm_add_pd(fy2, _mm_mul_pd(qj_r3, dy));
+        fz2 = _mm_add_pd(fz2, _mm_mul_pd(qj_r3, dz));
+        _mm_storeu_pd(phi_j + j, _mm_add_pd(_mm_loadu_pd(phi_j + j), _mm_mul_pd(qi2, inv_r)));
+        _mm_storeu_pd(ex_j + j, _mm_sub_pd(_mm_loadu_pd(ex_j + j), _mm_mul_pd(qi_r3, dx)));
+        _mm_storeu_pd(ey_j + j, _mm_sub_pd(_mm_loadu_pd(ey_j + j), _mm_mul_pd(qi_r3, dy)));
+        _mm_storeu_pd(ez_j + j, _mm_sub_pd(_mm_loadu_pd(ez_j + j), _mm_mul_pd(qi_r3, dz)));
+    }
+    double lanes[2];
+    _mm_storeu_pd(lanes, phi2);
+    phi = lanes[0] + lanes[1];
+    _mm_storeu_pd(lanes, fx2);
+    fx = lanes[0] + lanes[1];
+    _mm_storeu_pd(lanes, fy2);
+    fy = lanes[0] + lanes[1];
+    _mm_storeu_pd(lanes, fz2);
+    fz = lanes[0] + lanes[1];
+#endif
+    for (; j < last; ++j) {
         const double dx = xi - px[j], dy = yi - py[j], dz = zi - pz[j];
         const double inv_r = 1.0 / std::sqrt(dx * dx + dy * dy + dz * dz);
         const double inv_r3 = inv_r * inv_r * inv_r;
@@ -402,10 +512,10 @@ void MultipoleTree::pair_sum(uint32_t i, double xi, double yi, double zi, uint32
         fx += pq[j] * inv_r3 * dx;
         fy += pq[j] * inv_r3 * dy;
         fz += pq[j] * inv_r3 * dz;
-        phi_[j] += pq[i] * inv_r;
-        ex_[j] -= pq[i] * inv_r3 * dx;
-        ey_[j] -= pq[i] * inv_r3 * dy;
-        ez_[j] -= pq[i] * inv_r3 * dz;
+        phi_j[j] += qi * inv_r;
+        ex_j[j] -= qi * inv_r3 * dx;
+        ey_j[j] -= qi * inv_r3 * dy;
+        ez_j[j] -= qi * inv_r3 * dz;
     }
     phi_[i] += phi;
     ex_[i] += fx;

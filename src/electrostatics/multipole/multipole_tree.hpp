@@ -6,15 +6,18 @@
 //
 // Passes of one evaluation: sort the particles by leaf cell in Morton order; particle to
 // multipole in the leaves; multipole to multipole up the tree; multipole to local over each
-// cell's interaction list, level by level (and, when periodic, from the lattice of box images
-// to the root); local to local down the tree; local to particle in the leaves; particle to
-// particle over near leaf pairs.
+// cell's interaction list, level by level, operator by operator or, with the FFT switch on, as
+// FFT convolutions over the level's cell grid (fft_transfer.hpp) (and, when periodic, from the
+// lattice of box images to the root); local to local down the tree; local to particle in the
+// leaves; particle to particle over near leaf pairs.
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "electrostatics/multipole/cell_layout.hpp"
+#include "electrostatics/multipole/fft_transfer.hpp"
 #include "electrostatics/multipole/solid_harmonics.hpp"
 
 namespace pelix::multipole {
@@ -22,12 +25,12 @@ namespace pelix::multipole {
 // The settings record of the tree: the integer and real records of "dpmta.IN".
 struct MultipoleSettings {
     int32_t process_count = 1;
-    int32_t levels = 3;      // tree levels, the root included: 8^(levels - 1) leaf cells
-    int32_t terms = 8;       // multipole terms: expansions of degree 0 .. terms - 1
-    int32_t mp_lj = 0;       // terms of a Lennard-Jones expansion; carried, not used
-    int32_t fft_switch = 0;  // must be 0: only the direct multipole-to-local transfer is built
-    int32_t fft_block = 4;   // carried, not used
-    int32_t periodic = 0;    // non-zero: periodic box
+    int32_t levels = 3;             // tree levels, the root included: 8^(levels - 1) leaf cells
+    int32_t terms = 8;              // multipole terms: expansions of degree 0 .. terms - 1
+    int32_t mp_lj = 0;              // terms of a Lennard-Jones expansion; carried, not used
+    int32_t fft_switch = 0;         // non-zero: multipole-to-local transfers by FFT convolution
+    int32_t fft_block = 4;          // parent cells per axis whose transfers share one FFT block
+    int32_t periodic = 0;           // non-zero: periodic box
     int32_t macroscopic_terms = 8;  // lattice-sum degrees 0 .. macroscopic_terms - 1
     double theta = 0.7;             // acceptance: combined radii / centre distance <= theta
     std::array<double, 3> v1{}, v2{}, v3{}, centre{};
@@ -54,6 +57,9 @@ class MultipoleTree {
     const MultipoleSettings& settings() const { return settings_; }
     const std::array<double, 3>& box_sides() const { return sides_; }
     const std::array<double, 3>& box_centre() const { return centre_; }
+    // Whether the transfers of `level` (1..depth) go by FFT: with the FFT switch on, at every
+    // level where the FFT blocks take fewer operator products than the interaction lists.
+    bool transfers_by_fft(int level);
     int order() const { return order_; }
     int depth() const { return depth_; }
 
@@ -63,6 +69,8 @@ class MultipoleTree {
                         const double* q);
     void upward_pass();
     void transfer_pass();
+    void direct_transfer(int level);
+    double direct_products(int level) const;
     void downward_pass();
     void near_field();
     void pair_sum(uint32_t i, double xi, double yi, double zi, uint32_t first, uint32_t last);
@@ -81,6 +89,7 @@ class MultipoleTree {
     std::vector<int> transfer_slot_;       // offset cube -> slot in transfer_table_, or -1
     std::vector<Complex> transfer_table_;  // I(-d * root side), full layout, per slot
     std::vector<std::vector<Complex>> child_shift_;  // per level: R(child - parent) x 8
+    std::unique_ptr<FftTransfer> fft_transfer_;      // when the FFT switch is on
     std::vector<Complex> lattice_full_;              // periodic lattice sums, full layout
     int lattice_degree_ = -1;
 
