@@ -32,12 +32,13 @@ struct SpeciesMatrix {
     }
 };
 
-// The per-family bond list: bonds of the m-th selected atom occupy slots datum[m] ..
-// datum[m+1]-1. Capacity `intersize` is a limit checked before every append, not an
-// allocation: the arrays grow as bonds are written.
+// The per-family bond list. The family evaluation fills it one atom at a time: the bonds of
+// the m-th selected atom occupy slots datum[m] .. datum[m+1]-1 while that atom interacts, and
+// the next atom reuses the slots. `nebtot` counts the bonds of the whole evaluation against
+// the capacity `intersize`, a limit checked before every bond, not an allocation.
 struct BondList {
     int32_t intersize = 0;
-    int32_t nebtot = 0;  // number of bonds written (the next free 0-based slot)
+    int32_t nebtot = 0;  // bonds written so far in this evaluation
     std::vector<int32_t> neb;
     std::vector<double> bndlen, bndxnm, bndynm, bndznm;
     std::vector<int32_t> bndtyp;
@@ -54,6 +55,20 @@ struct BondList {
         bndtyp.clear();
         cutfcn.clear();
         cutdrv.clear();
+    }
+    // Makes every bond array hold at least `count` slots.
+    void make_room(int32_t count) {
+        const auto size = static_cast<std::size_t>(count > 0 ? count : 0);
+        if (neb.size() >= size)
+            return;
+        neb.resize(size);
+        bndlen.resize(size);
+        bndxnm.resize(size);
+        bndynm.resize(size);
+        bndznm.resize(size);
+        bndtyp.resize(size);
+        cutfcn.resize(size);
+        cutdrv.resize(size);
     }
     void release() { *this = BondList{}; }
 };

@@ -118,6 +118,46 @@ void setup_auau_prms(AcklandState& state) {
     setup_auau_zbl_prms(state);
 }
 
+// The pair type, the pair term and the density of a bond, kept inside this file so that the
+// evaluation loop can inline them (the exported functions below may be interposed in a shared
+// library, which keeps the compiler from inlining them). Pair type of two atomic numbers; the
+// refusals are ackland_mapij's.
+inline int32_t pair_type(int32_t za, int32_t zb) {
+    if (za == zb && za == kFe)
+        return kFeFe;
+    return ackland_mapij(za, zb);
+}
+
+inline PairValue bond_pair(const AcklandState& state, int32_t t, double r) {
+    const std::size_t s = AcklandState::slot(t);
+    PairValue out;
+    switch (join_region(r, state.sr_cutoff_for_ackland[s], state.pw_ackland_cutin[s])) {
+        case JoinRegion::Zbl:
+            zbl_for_ackland(state, t, r, out.v, out.f);
+            break;
+        case JoinRegion::Bridge: {
+            // The bridge joins in the exponent: V = exp(p(r)).
+            const Quintic& bridge = state.ackland_bridge[s];
+            out.v = std::exp(bridge.value(r));
+            out.f = -bridge.derivative(r) * out.v;
+            break;
+        }
+        case JoinRegion::Own: {
+            double cubes = 0.0, squares = 0.0;
+            cubic_knot_sums(state.rs[s], state.as[s], r, cubes, squares);
+            out.v = cubes;
+            out.f = 3.0 * squares;
+            break;
+        }
+    }
+    return out;
+}
+
+inline DensityValue bond_density(const AcklandState& state, int32_t t, double r) {
+    const std::size_t s = AcklandState::slot(t);
+    return knot_density(state.ackland_rr[s], state.ackland_ar[s], r);
+}
+
 // The family as the common evaluation sees it.
 struct AcklandFamily {
     static constexpr std::string_view overflow_message = "ACKLAND_NEB: WHATs WRONG WITH INTERSIZE";
@@ -133,15 +173,16 @@ struct AcklandFamily {
 
     int32_t idnum() const { return state.ackland_idnum; }
     bool selects(int32_t z) const { return ackland_selects(z); }
-    int32_t mapij(int32_t za, int32_t zb) const { return ackland_mapij(za, zb); }
+    int32_t mapij(int32_t za, int32_t zb) const { return pair_type(za, zb); }
     double conrh2(int32_t t) const { return state.ackland_conrh2[AcklandState::slot(t)]; }
     void smoothing(int32_t, double, double&, double&) const {}
 
-    void interact(Engine& engine, int32_t m, int32_t i) {
+    // Flattened: the pair and density functions are inlined into the loop over the bonds.
+    [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) {
         sqrt_embedding_interact(
             engine, m, i, ackland_forsav, kAcklandEmbeddingGuard,
-            [this](int32_t t, double r) { return ackland_bond_pair(state, t, r); },
-            [this](int32_t t, double r) { return ackland_density(state, t, r); });
+            [this](int32_t t, double r) { return bond_pair(state, t, r); },
+            [this](int32_t t, double r) { return bond_density(state, t, r); });
     }
 };
 
@@ -201,28 +242,7 @@ void zbl_for_ackland(const AcklandState& state, int32_t t, double r, double& v, 
 }
 
 PairValue ackland_bond_pair(const AcklandState& state, int32_t t, double r) {
-    const std::size_t s = AcklandState::slot(t);
-    PairValue out;
-    switch (join_region(r, state.sr_cutoff_for_ackland[s], state.pw_ackland_cutin[s])) {
-        case JoinRegion::Zbl:
-            zbl_for_ackland(state, t, r, out.v, out.f);
-            break;
-        case JoinRegion::Bridge: {
-            // The bridge joins in the exponent: V = exp(p(r)).
-            const Quintic& bridge = state.ackland_bridge[s];
-            out.v = std::exp(bridge.value(r));
-            out.f = -bridge.derivative(r) * out.v;
-            break;
-        }
-        case JoinRegion::Own: {
-            double cubes = 0.0, squares = 0.0;
-            cubic_knot_sums(state.rs[s], state.as[s], r, cubes, squares);
-            out.v = cubes;
-            out.f = 3.0 * squares;
-            break;
-        }
-    }
-    return out;
+    return bond_pair(state, t, r);
 }
 
 PairValue ackland_pair(const AcklandState& state, int32_t t, double r) {
@@ -232,8 +252,7 @@ PairValue ackland_pair(const AcklandState& state, int32_t t, double r) {
 }
 
 DensityValue ackland_density(const AcklandState& state, int32_t t, double r) {
-    const std::size_t s = AcklandState::slot(t);
-    return knot_density(state.ackland_rr[s], state.ackland_ar[s], r);
+    return bond_density(state, t, r);
 }
 
 void ackland_call(Engine& engine) {

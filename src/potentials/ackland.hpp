@@ -15,6 +15,7 @@
 // with the universal one. The cut-off of each pair type is its outermost pair knot with a
 // non-zero coefficient.
 #include <array>
+#include <cmath>
 #include <cstdint>
 
 #include "common/numerical.hpp"
@@ -45,16 +46,31 @@ struct DensityValue {
 
 // The sums over knots x_k with coefficients c_k of c_k (x_k - r)^3 H(x_k - r) (`cubes`) and
 // of c_k (x_k - r)^2 H(x_k - r) (`squares`); d(cubes)/dr = -3 squares.
+//
+// A knot at or below r adds c_k d^3 * 0, a signed zero, which leaves the sum as it is (the sum
+// starts at +0, and +0 + -0 is +0), so such knots are skipped: the same bits for less work, as
+// most bonds lie beyond most knots. A distance so large (or not a number) that d^3 could
+// overflow, making that product NaN, keeps every term.
 template <std::size_t N>
 void cubic_knot_sums(const std::array<double, N>& knots, const std::array<double, N>& coefficients,
                      double r, double& cubes, double& squares) {
     cubes = 0.0;
     squares = 0.0;
+    if (!(std::abs(r) < 1e100)) {
+        for (std::size_t k = 0; k < N; ++k) {
+            const double d = knots[k] - r;
+            const double step = hh(d);
+            cubes += coefficients[k] * d * d * d * step;
+            squares += coefficients[k] * d * d * step;
+        }
+        return;
+    }
     for (std::size_t k = 0; k < N; ++k) {
         const double d = knots[k] - r;
-        const double step = hh(d);
-        cubes += coefficients[k] * d * d * d * step;
-        squares += coefficients[k] * d * d * step;
+        if (d > 0.0) {
+            cubes += coefficients[k] * d * d * d;
+            squares += coefficients[k] * d * d;
+        }
     }
 }
 

@@ -93,68 +93,10 @@ void setup_o_o__prms(BuckbwState& state) {
              {286.7024, -553.7201, 403.8193, -128.9657, 14.98538, 0.0});
 }
 
-// Energy V and G = dV/dr of a bond of type t and length r (a bond: r below R + D).
-void buckbw_bond(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
-    const std::size_t k = BuckbwState::slot(t);
-    if (r <= state.buckbw_r1[k])
-        buckbw_zbl_interaction(state, t, r, v, g);
-    else if (r < state.buckbw_r2[k])
-        buckbw_spline_interaction(state, t, r, v, g);
-    else
-        buckbw_buckingham_interaction(state, t, r, v, g);
-}
-
-// The family as the common evaluation sees it.
-struct BuckbwFamily {
-    static constexpr std::string_view overflow_message = "BUCKBW_NEB: WHATs WRONG WITH INTERSIZE";
-    static constexpr double bond_capacity = 185.0;
-    static constexpr double safety_factor = 1.5;
-    static constexpr bool counts_all_atoms = false;
-    static constexpr bool stores_type = true;
-    static constexpr bool stores_smoothing = false;
-
-    const BuckbwState& state;
-
-    int32_t idnum() const { return state.buckbw_idnum; }
-    bool selects(int32_t z) const { return buckbw_selects(z); }
-    int32_t mapij(int32_t za, int32_t zb) const { return buckbw_mapij(za, zb); }
-    double conrh2(int32_t t) const { return state.buckbw_conrh2[BuckbwState::slot(t)]; }
-    void smoothing(int32_t, double, double&, double&) const {}
-
-    // Each pair once, from the atom with the smaller index; the force dV/dr along the unit
-    // vector from i to j goes to i, its opposite to j, so a repulsive pair (dV/dr < 0) pushes
-    // the two apart.
-    void interact(Engine& engine, int32_t m, int32_t i) const {
-        const BondList& bonds = engine.ff.bonds;
-        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
-            const int32_t j = bonds.neb[b];
-            if (!(j > i))
-                continue;
-            double v = 0.0, g = 0.0;
-            buckbw_bond(state, bonds.bndtyp[b], bonds.bndlen[b], v, g);
-            add_pair_terms(engine, i, j, v, g, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
-        }
-    }
-};
-
-}  // namespace
-
-void setup_prms_for_buckbw(Engine& engine, int32_t k) {
-    BuckbwState& state = engine.families.buckbw;
-    state.buckbw_idnum = k;
-    setup_fefe_prms(state);
-    setup_titi_prms(state);
-    setup_y_y__prms(state);
-    setup_fey__prms(state);
-    setup_feti_prms(state);
-    setup_tiy__prms(state);
-    setup_feo__prms(state);
-    setup_tio__prms(state);
-    setup_y_o__prms(state);
-    setup_o_o__prms(state);
-}
-
-int32_t buckbw_mapij(int32_t za, int32_t zb) {
+// The pair-type mapping and the region functions, kept inside this file so that the evaluation
+// loop can inline them (the exported functions below may be interposed in a shared library,
+// which keeps the compiler from inlining them).
+inline int32_t pair_type(int32_t za, int32_t zb) {
     // Pair types by (element, element), elements in the order Fe, Ti, Y, O.
     constexpr int32_t kTypes[4][4] = {
         {1, 5, 4, 7},
@@ -182,16 +124,7 @@ int32_t buckbw_mapij(int32_t za, int32_t zb) {
     return kTypes[ea][eb];
 }
 
-bool buckbw_selects(int32_t z) {
-    return z == kO || z == kTi || z == kFe || z == kY;
-}
-
-double buckbw_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
-    const int32_t t = buckbw_mapij(za, zb);
-    return engine.families.buckbw.buckbw_conrh2[BuckbwState::slot(t)];
-}
-
-void buckbw_zbl_interaction(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
+inline void zbl_region(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
     const std::size_t k = BuckbwState::slot(t);
     const PairValue bare = zbl_evaluate(state.buckbw_zbl[k], r);
     // V = S/r + de and G = S'/r - V/r: the slope of the bare repulsion, -F, less de/r.
@@ -200,15 +133,13 @@ void buckbw_zbl_interaction(const BuckbwState& state, int32_t t, double r, doubl
     g = -bare.f - de / r;
 }
 
-void buckbw_spline_interaction(const BuckbwState& state, int32_t t, double r, double& v,
-                               double& g) {
+inline void polynomial_region(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
     const Quintic& s = state.buckbw_s[BuckbwState::slot(t)];
     v = s.value(r);
     g = s.derivative(r);
 }
 
-void buckbw_buckingham_interaction(const BuckbwState& state, int32_t t, double r, double& v,
-                                   double& g) {
+inline void buckingham_region(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
     const std::size_t k = BuckbwState::slot(t);
     const double centre = state.buckbw_r[k];
     const bool untapered = r <= state.taper_start[k];
@@ -234,11 +165,100 @@ void buckbw_buckingham_interaction(const BuckbwState& state, int32_t t, double r
     g = taper * db - b * 0.5 * std::cos(theta) * rate;
 }
 
+// Energy V and G = dV/dr of a bond of type t and length r (a bond: r below R + D).
+inline void bond_regions(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
+    const std::size_t k = BuckbwState::slot(t);
+    if (r <= state.buckbw_r1[k])
+        zbl_region(state, t, r, v, g);
+    else if (r < state.buckbw_r2[k])
+        polynomial_region(state, t, r, v, g);
+    else
+        buckingham_region(state, t, r, v, g);
+}
+
+// The family as the common evaluation sees it.
+struct BuckbwFamily {
+    static constexpr std::string_view overflow_message = "BUCKBW_NEB: WHATs WRONG WITH INTERSIZE";
+    static constexpr double bond_capacity = 185.0;
+    static constexpr double safety_factor = 1.5;
+    static constexpr bool counts_all_atoms = false;
+    static constexpr bool stores_type = true;
+    static constexpr bool stores_smoothing = false;
+
+    const BuckbwState& state;
+
+    int32_t idnum() const { return state.buckbw_idnum; }
+    bool selects(int32_t z) const { return buckbw_selects(z); }
+    int32_t mapij(int32_t za, int32_t zb) const { return pair_type(za, zb); }
+    double conrh2(int32_t t) const { return state.buckbw_conrh2[BuckbwState::slot(t)]; }
+    void smoothing(int32_t, double, double&, double&) const {}
+
+    // Each pair once, from the atom with the smaller index; the force dV/dr along the unit
+    // vector from i to j goes to i, its opposite to j, so a repulsive pair (dV/dr < 0) pushes
+    // the two apart.
+    // Flattened: the region functions are inlined into the loop over the bonds.
+    [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) const {
+        const BondList& bonds = engine.ff.bonds;
+        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
+            const int32_t j = bonds.neb[b];
+            if (!(j > i))
+                continue;
+            double v = 0.0, g = 0.0;
+            bond_regions(state, bonds.bndtyp[b], bonds.bndlen[b], v, g);
+            add_pair_terms(engine, i, j, v, g, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
+        }
+    }
+};
+
+}  // namespace
+
+void setup_prms_for_buckbw(Engine& engine, int32_t k) {
+    BuckbwState& state = engine.families.buckbw;
+    state.buckbw_idnum = k;
+    setup_fefe_prms(state);
+    setup_titi_prms(state);
+    setup_y_y__prms(state);
+    setup_fey__prms(state);
+    setup_feti_prms(state);
+    setup_tiy__prms(state);
+    setup_feo__prms(state);
+    setup_tio__prms(state);
+    setup_y_o__prms(state);
+    setup_o_o__prms(state);
+}
+
+int32_t buckbw_mapij(int32_t za, int32_t zb) {
+    return pair_type(za, zb);
+}
+
+bool buckbw_selects(int32_t z) {
+    return z == kO || z == kTi || z == kFe || z == kY;
+}
+
+double buckbw_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
+    const int32_t t = buckbw_mapij(za, zb);
+    return engine.families.buckbw.buckbw_conrh2[BuckbwState::slot(t)];
+}
+
+void buckbw_zbl_interaction(const BuckbwState& state, int32_t t, double r, double& v, double& g) {
+    zbl_region(state, t, r, v, g);
+}
+
+void buckbw_spline_interaction(const BuckbwState& state, int32_t t, double r, double& v,
+                               double& g) {
+    polynomial_region(state, t, r, v, g);
+}
+
+void buckbw_buckingham_interaction(const BuckbwState& state, int32_t t, double r, double& v,
+                                   double& g) {
+    buckingham_region(state, t, r, v, g);
+}
+
 PairValue buckbw_pair(const BuckbwState& state, int32_t t, double r) {
     if (!(r * r < state.buckbw_conrh2[BuckbwState::slot(t)]))
         return PairValue{};
     double v = 0.0, g = 0.0;
-    buckbw_bond(state, t, r, v, g);
+    bond_regions(state, t, r, v, g);
     return PairValue{v, -g};
 }
 

@@ -7,7 +7,7 @@
 //       static constexpr double bond_capacity;     // B: bonds per selected atom
 //       static constexpr double safety_factor;     // F
 //       static constexpr bool counts_all_atoms;    // capacity from all local atoms
-//       static constexpr bool stores_type;         // fill bndtyp
+//       static constexpr bool stores_type;         // reads bndtyp (always filled)
 //       static constexpr bool stores_smoothing;    // fill cutfcn and cutdrv
 //       int32_t idnum() const;                     // its potential number (1..num_pots)
 //       bool selects(int32_t z) const;             // element set, by atomic number
@@ -26,6 +26,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
@@ -59,19 +62,74 @@ inline int32_t bond_list_capacity(int64_t n, double capacity, double safety) {
     return static_cast<int32_t>(size);
 }
 
-// Appends to the bond list every neighbour of atom i that "potfor.IN" gives to the family and
-// that lies strictly within the cut-off of its pair type. The capacity is checked before each
-// append: a bond that would take slot intersize + 1 stops with the family's message.
+// True when the neighbour-list entry k of atom i (at xi, yi, zpos, atomic number zi, species si)
+// is a bond of the family: the pair belongs to the family's potential and lies strictly within
+// the cut-off of its pair type. Gives the separation d and its square r2, and the pair type t.
 template <PotentialFamily Family>
-void build_family_bonds(Engine& engine, const Family& family, int32_t i) {
+inline bool family_bond(const Engine& engine, const Family& family, int32_t idnum, int32_t si,
+                        int32_t zi, double xi, double yi, double zpos, int32_t k, double& dx,
+                        double& dy, double& dz, double& r2, int32_t& t) {
+    const ForceFieldState& ff = engine.ff;
+    const int32_t j = ff.nebour[k];
+    const int32_t sj = ff.specie[j];
+    if (ff.potnum(si, sj) != idnum)
+        return false;
+    const int32_t image = ff.pbctyp[k];
+    dx = ff.rx[j] - ff.xoffset(image) - xi;
+    dy = ff.ry[j] - ff.yoffset(image) - yi;
+    dz = ff.rz[j] - ff.zoffset(image) - zpos;
+    r2 = dx * dx + dy * dy + dz * dz;
+    t = family.mapij(zi, engine.atoms.anum[sj]);
+    return r2 < family.conrh2(t);
+}
+
+// Turns the first `count` bonds, which hold the separation (dx, dy, dz) in bndxnm, bndynm,
+// bndznm and its square in bndlen, into the bond length and the unit vector. Square roots and
+// divisions are correctly rounded whether taken one or two at a time, so the pairs taken
+// together give the same bits as one by one.
+inline void normalise_bonds(BondList& bonds, int32_t count) {
+    double* len = bonds.bndlen.data();
+    double* ux = bonds.bndxnm.data();
+    double* uy = bonds.bndynm.data();
+    double* uz = bonds.bndznm.data();
+    int32_t b = 0;
+#if defined(__SSE2__)
+    for (; b + 2 <= count; b += 2) {
+        const __m128d r = _mm_sqrt_pd(_mm_loadu_pd(len + b));
+        _mm_storeu_pd(len + b, r);
+        _mm_storeu_pd(ux + b, _mm_div_pd(_mm_loadu_pd(ux + b), r));
+        _mm_storeu_pd(uy + b, _mm_div_pd(_mm_loadu_pd(uy + b), r));
+        _mm_storeu_pd(uz + b, _mm_div_pd(_mm_loadu_pd(uz + b), r));
+    }
+#endif
+    for (; b < count; ++b) {
+        const double r = std::sqrt(len[b]);
+        len[b] = r;
+        ux[b] /= r;
+        uy[b] /= r;
+        uz[b] /= r;
+    }
+}
+
+// Writes the bonds of atom i into the bond list, from its first slot on, and returns their
+// number: every neighbour that "potfor.IN" gives to the family and that lies strictly within
+// the cut-off of its pair type. The bonds are counted in `nebtot` over the whole evaluation,
+// and the count is checked with each bond: a bond that takes slot intersize + 1 stops with the
+// family's message before anything reads it.
+template <PotentialFamily Family>
+int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
     ForceFieldState& ff = engine.ff;
     BondList& bonds = ff.bonds;
-    const std::vector<int32_t>& anum = engine.atoms.anum;
     const int32_t idnum = family.idnum();
     const int32_t si = ff.specie[i];
-    const int32_t zi = anum[si];
+    const int32_t zi = engine.atoms.anum[si];
     const double xi = ff.rx[i], yi = ff.ry[i], zpos = ff.rz[i];
+    bonds.make_room(ff.nebpnt[i + 1] - ff.nebpnt[i]);
 
+    // The separations first; lengths and unit vectors for all bonds together after. Every
+    // pair of the family is written to the next free slot and kept when within the cut-off,
+    // which spares a branch that the distances would make hard to predict.
+    int32_t written = 0;
     for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
         const int32_t j = ff.nebour[k];
         const int32_t sj = ff.specie[j];
@@ -82,33 +140,67 @@ void build_family_bonds(Engine& engine, const Family& family, int32_t i) {
         const double dy = ff.ry[j] - ff.yoffset(image) - yi;
         const double dz = ff.rz[j] - ff.zoffset(image) - zpos;
         const double r2 = dx * dx + dy * dy + dz * dz;
-        const int32_t t = family.mapij(zi, anum[sj]);
-        if (!(r2 < family.conrh2(t)))
-            continue;
-
-        if (bonds.nebtot >= bonds.intersize)
+        const int32_t t = family.mapij(zi, engine.atoms.anum[sj]);
+        const auto b = static_cast<std::size_t>(written);
+        bonds.neb[b] = j;
+        bonds.bndlen[b] = r2;
+        bonds.bndxnm[b] = dx;
+        bonds.bndynm[b] = dy;
+        bonds.bndznm[b] = dz;
+        bonds.bndtyp[b] = t;
+        const int32_t kept = r2 < family.conrh2(t) ? 1 : 0;
+        written += kept;
+        bonds.nebtot += kept;
+        if (bonds.nebtot > bonds.intersize)
             nrerror(std::string(Family::overflow_message));
-        const double r = std::sqrt(r2);
-        bonds.neb.push_back(j);
-        bonds.bndlen.push_back(r);
-        bonds.bndxnm.push_back(dx / r);
-        bonds.bndynm.push_back(dy / r);
-        bonds.bndznm.push_back(dz / r);
-        if constexpr (Family::stores_type)
-            bonds.bndtyp.push_back(t);
-        if constexpr (Family::stores_smoothing) {
+    }
+    normalise_bonds(bonds, written);
+    if constexpr (Family::stores_smoothing) {
+        for (std::size_t b = 0; b < static_cast<std::size_t>(written); ++b) {
             double f = 0.0, df = 0.0;
-            family.smoothing(t, r, f, df);
-            bonds.cutfcn.push_back(f);
-            bonds.cutdrv.push_back(df);
+            family.smoothing(bonds.bndtyp[b], bonds.bndlen[b], f, df);
+            bonds.cutfcn[b] = f;
+            bonds.cutdrv[b] = df;
         }
-        ++bonds.nebtot;
+    }
+    return written;
+}
+
+// Counts the bonds of the selected atoms in order, stopping with the family's message at the
+// first bond that would pass the capacity, exactly where writing them would stop.
+template <PotentialFamily Family>
+void check_bond_capacity(const Engine& engine, const Family& family,
+                         const std::vector<int32_t>& selected, int32_t intersize) {
+    const ForceFieldState& ff = engine.ff;
+    const int32_t idnum = family.idnum();
+    int32_t nebtot = 0;
+    for (const int32_t i : selected) {
+        const int32_t si = ff.specie[i];
+        const int32_t zi = engine.atoms.anum[si];
+        for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
+            double dx, dy, dz, r2;
+            int32_t t;
+            if (!family_bond(engine, family, idnum, si, zi, ff.rx[i], ff.ry[i], ff.rz[i], k, dx, dy,
+                             dz, r2, t))
+                continue;
+            if (nebtot >= intersize)
+                nrerror(std::string(Family::overflow_message));
+            ++nebtot;
+        }
     }
 }
 
-// One evaluation of a family: selects the local atoms of its elements, builds their bonds,
-// lets the family interact atom by atom and releases the bond list. Forces and energies are
-// added to ff.fx/fy/fz and atoms.pe by the family's interaction.
+// One evaluation of a family: selects the local atoms of its elements, then, atom by atom,
+// builds the atom's bonds and lets the family interact. Forces and energies are added to
+// ff.fx/fy/fz and atoms.pe by the family's interaction.
+//
+// The bond list holds the bonds of one atom at a time: while the m-th selected atom interacts,
+// its bonds are slots datum[m] .. datum[m+1]-1 of the list, and the slots are reused by the
+// next atom. An interaction reads only its own atom's bonds, so the results are those of a list
+// of all bonds, in a few kilobytes that stay in cache instead of tens of bytes per bond. The
+// capacity n x B x F still applies to the whole evaluation, and an overflow still stops before
+// any atom interacts: when the neighbour lists of the selected atoms hold more entries than
+// the capacity, the bonds are counted first.
 template <PotentialFamily Family>
 void evaluate_family(Engine& engine, Family& family) {
     ForceFieldState& ff = engine.ff;
@@ -117,9 +209,12 @@ void evaluate_family(Engine& engine, Family& family) {
 
     const int32_t nlocal = engine.sd.myltpnebs;
     std::vector<int32_t> selected;
+    int64_t candidates = 0;
     for (int32_t i = 0; i < nlocal; ++i) {
-        if (family.selects(engine.atoms.anum[ff.specie[i]]))
+        if (family.selects(engine.atoms.anum[ff.specie[i]])) {
             selected.push_back(i);
+            candidates += ff.nebpnt[i + 1] - ff.nebpnt[i];
+        }
     }
     const auto n = static_cast<int32_t>(selected.size());
     if (n == 0)
@@ -127,19 +222,19 @@ void evaluate_family(Engine& engine, Family& family) {
 
     bonds.intersize = bond_list_capacity(Family::counts_all_atoms ? nlocal : n,
                                          Family::bond_capacity, Family::safety_factor);
+    if (candidates > bonds.intersize)
+        check_bond_capacity(engine, family, selected, bonds.intersize);
     bonds.lstindx.assign(static_cast<std::size_t>(nlocal), -1);
     bonds.datum.assign(static_cast<std::size_t>(n) + 1, 0);
+    for (int32_t m = 0; m < n; ++m)
+        bonds.lstindx[selected[m]] = m;
 
     for (int32_t m = 0; m < n; ++m) {
         const int32_t i = selected[m];
-        bonds.lstindx[i] = m;
-        bonds.datum[m] = bonds.nebtot;
-        build_family_bonds(engine, family, i);
+        bonds.datum[m] = 0;
+        bonds.datum[m + 1] = build_family_bonds(engine, family, i);
+        family.interact(engine, m, i);
     }
-    bonds.datum[n] = bonds.nebtot;
-
-    for (int32_t m = 0; m < n; ++m)
-        family.interact(engine, m, selected[m]);
 
     bonds.release();
 }

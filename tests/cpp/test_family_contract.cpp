@@ -30,7 +30,7 @@ struct SpringFamily {
 
     int32_t potential = 1;
     std::vector<std::pair<int32_t, int32_t>> interact_calls;
-    BondList seen;  // the bond list as the first interaction saw it
+    BondList seen;  // every interaction's bonds, joined in the order of the interactions
 
     int32_t idnum() const { return potential; }
     bool selects(int32_t z) const { return z == kFe || z == kHe; }
@@ -41,6 +41,25 @@ struct SpringFamily {
             return 2;
         nrerror("SPRING_MAPIJ: unsupported pair");
     }
+    // Appends the bonds of the m-th atom to `seen`, with datum counting the bonds seen so far.
+    void record(const BondList& bonds, int32_t m) {
+        if (seen.datum.empty()) {
+            seen.datum.push_back(0);
+            seen.lstindx = bonds.lstindx;
+        }
+        seen.intersize = bonds.intersize;
+        seen.nebtot = bonds.nebtot;
+        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
+            seen.neb.push_back(bonds.neb[b]);
+            seen.bndlen.push_back(bonds.bndlen[b]);
+            seen.bndxnm.push_back(bonds.bndxnm[b]);
+            seen.bndynm.push_back(bonds.bndynm[b]);
+            seen.bndtyp.push_back(bonds.bndtyp[b]);
+            seen.cutfcn.push_back(bonds.cutfcn[b]);
+            seen.cutdrv.push_back(bonds.cutdrv[b]);
+        }
+        seen.datum.push_back(static_cast<int32_t>(seen.neb.size()));
+    }
     static double cutoff(int32_t t) { return t == 1 ? 2.5 : 2.0; }
     static double rest_length(int32_t t) { return t == 1 ? 1.2 : 0.8; }
     double conrh2(int32_t t) const { return cutoff(t) * cutoff(t); }
@@ -49,10 +68,9 @@ struct SpringFamily {
         df = -1.0 / cutoff(t);
     }
     void interact(Engine& engine, int32_t m, int32_t i) {
-        if (interact_calls.empty())
-            seen = engine.ff.bonds;
         interact_calls.emplace_back(m, i);
         const BondList& bonds = engine.ff.bonds;
+        record(bonds, m);
         for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
             const int32_t j = bonds.neb[b];
             if (j < i)
