@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the tests need, builds the C++ core with its GoogleTest suite, runs it, then
-# installs the Python package and runs the pytest suite. Fails if either suite fails.
+# installs the Python package and runs the pytest suite. Then the reliability jobs: both suites
+# again against a build with AddressSanitizer, UndefinedBehaviorSanitizer and LeakSanitizer
+# (tools/run_sanitized_tests.sh), and a bounded fuzzing run of every text reader
+# (tools/run_fuzz.sh); PELIX_QUICK_TESTS=1 leaves those two out. Fails if anything fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,7 +12,8 @@ if [ ! -f /usr/include/gtest/gtest.h ]; then
     as_root apt-get update -qq
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq libgtest-dev
 fi
-python3 -m pip install -q "numpy>=2" "pytest>=7" "scikit-build-core>=0.10" cmake ninja "ase>=3.24" tqdm matplotlib
+python3 -m pip install -q "numpy>=2" "pytest>=7" "scikit-build-core>=0.10" cmake ninja "ase>=3.24" tqdm matplotlib \
+    "hypothesis>=6"
 
 cmake -S . -B build/cpp-tests -G Ninja -DPELIX_BUILD_TESTS=ON -DPELIX_BUILD_MODULE=OFF \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -18,3 +22,10 @@ cmake --build build/cpp-tests
 
 python3 -m pip install -q .
 python3 -m pytest -q tests/python
+
+if [ "${PELIX_QUICK_TESTS:-0}" != 1 ]; then
+    status=0
+    bash tools/run_sanitized_tests.sh || status=1
+    bash tools/run_fuzz.sh || status=1
+    exit $status
+fi

@@ -1,7 +1,5 @@
 // The multipole settings readers, which read "dpmta.IN" and "fmmp.IN" from the working
 // directory: the first byte chooses the file, the rest is its contents.
-#include <unistd.h>
-
 #include "electrostatics/multipole_settings.hpp"
 #include "engine/engine.hpp"
 #include "fuzz_input_file.hpp"
@@ -9,9 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     if (size == 0)
         return 0;
-    static const bool moved = chdir(pelix::fuzz::scratch_directory().c_str()) == 0;
-    if (!moved)
-        std::abort();
+    const pelix::fuzz::InScratchDirectory in_scratch;
     const bool dpmta = (data[0] & 1) != 0;
     pelix::fuzz::run_reader_on_input(data + 1, size - 1, dpmta ? "dpmta.IN" : "fmmp.IN",
                                      [dpmta](const std::string&) {

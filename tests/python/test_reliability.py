@@ -2,6 +2,7 @@
 and many consecutive calls. Each test runs its calls in a fresh interpreter."""
 
 import json
+import os
 import textwrap
 
 import numpy as np
@@ -150,6 +151,9 @@ def test_non_finite_and_degenerate_input(workdir):
     assert all("same position" in text for text in report["same"])
 
 
+@pytest.mark.skipif(os.environ.get("PELIX_SANITIZED") == "1",
+                    reason="under AddressSanitizer freed memory is held in quarantine; "
+                    "LeakSanitizer checks these calls instead")
 def test_resident_memory_stays_flat_over_many_calls(workdir):
     workdir.use_pairs(FE_PAIRS, True)
     out = workdir.ok(
