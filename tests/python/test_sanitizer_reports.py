@@ -6,10 +6,10 @@ import importlib.util
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-spec = importlib.util.spec_from_file_location("sanitizer_reports",
+loader = importlib.util.spec_from_file_location("sanitizer_reports",
                                               ROOT / "tools" / "sanitizer_reports.py")
-reports = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(reports)
+reports = importlib.util.module_from_spec(loader)
+loader.loader.exec_module(reports)
 
 INTERPRETER_LEAK = """\
 Direct leak of 64 byte(s) in 1 object(s) allocated from:
