@@ -4,7 +4,6 @@ square-root embeddings), so the expected energies and forces come from those fun
 from the spline."""
 
 import itertools
-import json
 import math
 
 import numpy as np
@@ -100,16 +99,8 @@ def disordered(seed, periodic, n=18):
 def test_force_calls_follow_the_tabulated_functions(workdir, periodic):
     use_tables(workdir, periodic)
     specie, pos = disordered(4 + 5 * periodic, periodic)
-    out = workdir.ok(
-        f"""
-        import json
-        specie, pos, box = {specie!r}, np.array({pos!r}), {tuple(BOX)!r}
-        result, out = call({SPECIES!r}, specie, pos, box)
-        print(json.dumps([result[0], out["pearray"].tolist(), out["force"].tolist(),
-                          fd_force_error({SPECIES!r}, specie, pos, box)]))
-        """
-    )
-    energy, pe, force, fd_error = json.loads(out.splitlines()[-1])
+    [(energy, pe, force)] = workdir.run_calls(SPECIES, [(specie, pos)], BOX)
+    fd_error = workdir.gradient_error(SPECIES, specie, pos, BOX)
     pe_ref, force_ref = expected(specie, pos, periodic)
     assert energy == pytest.approx(pe_ref.sum(), rel=1e-9)
     np.testing.assert_allclose(pe, pe_ref, rtol=0, atol=1e-8)
