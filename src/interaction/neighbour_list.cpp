@@ -13,6 +13,7 @@
 #include "engine/engine.hpp"
 #include "interaction/cells.hpp"
 #include "interaction/occupied_cells.hpp"
+#include "interaction/range_filter.hpp"
 #include "interaction/registry.hpp"
 
 namespace pelix {
@@ -252,44 +253,6 @@ struct CellNeighbourhood {
     }
 };
 
-// A neighbouring cell that may hold atoms within range: its run of packed atoms, the image code
-// and the image offset to subtract from their positions.
-struct CandidateRun {
-    int32_t first, end;
-    int32_t image;
-    double ox, oy, oz;
-};
-
-// Writes the atoms of the candidate runs into the list as neighbours of atom i at (xi, yi, zi),
-// keeping those within range (the atom itself excepted), and returns the number of entries kept
-// so far. Kept apart from the search of the cells so that the few values of its loop stay in
-// registers.
-[[gnu::noinline]] int64_t append_within_range(const PackedCells& packed, const CandidateRun* runs,
-                                              int count, int32_t i, double xi, double yi, double zi,
-                                              const double* cutoff2, int32_t* nebour,
-                                              int32_t* pbctyp, int64_t written) {
-    const int32_t* atom = packed.atom.data();
-    const double* px = packed.x.data();
-    const double* py = packed.y.data();
-    const double* pz = packed.z.data();
-    const int32_t* pspecie = packed.specie.data();
-    for (const CandidateRun* run = runs; run != runs + count; ++run) {
-        const double ox = run->ox, oy = run->oy, oz = run->oz;
-        const int32_t image = run->image;
-        for (int32_t m = run->first; m < run->end; ++m) {
-            const int32_t j = atom[m];
-            const double dx = px[m] - ox - xi;
-            const double dy = py[m] - oy - yi;
-            const double dz = pz[m] - oz - zi;
-            const bool within = dx * dx + dy * dy + dz * dz < cutoff2[pspecie[m]];
-            nebour[written] = j;
-            pbctyp[written] = image;
-            written += (within && j != i) ? 1 : 0;
-        }
-    }
-    return written;
-}
-
 // Fills nebpnt, nebour and pbctyp for atoms 0..mylt-1 from the packed cells, finding each
 // neighbouring cell through `index`.
 template <class CellIndex>
@@ -316,11 +279,29 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                 std::max(reach2[static_cast<std::size_t>(a)], radus2(a, b));
     }
 
+    // Per species: its squared radius to every species when they are all equal, else a NaN.
+    std::vector<double> common2(static_cast<std::size_t>(radus2.n),
+                                std::numeric_limits<double>::quiet_NaN());
+    for (int32_t a = 0; a < radus2.n; ++a) {
+        bool equal = true;
+        for (int32_t b = 1; b < radus2.n; ++b)
+            equal = equal && radus2(a, b) == radus2(a, 0);
+        if (equal)
+            common2[static_cast<std::size_t>(a)] = radus2(a, 0);
+    }
+    const PackedView view{packed.atom.data(), packed.x.data(), packed.y.data(), packed.z.data(),
+                          packed.specie.data()};
+
     const int64_t mxyz = grid.mxyz;
     for (int32_t i = 0; i < mylt; ++i) {
         ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(list.written);
         const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
-        const double* cutoff2 = &radus2(ff.specie[i], 0);
+        const FilterCentre centre{i,
+                                  xi,
+                                  yi,
+                                  zi,
+                                  &radus2(ff.specie[i], 0),
+                                  common2[static_cast<std::size_t>(ff.specie[i])]};
         const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
         const CellNeighbourhood around(axes, home_cell(xi, grid.neb_westlim, grid.wx, grid.mx),
                                        home_cell(yi, grid.neb_downlim, grid.wy, grid.my),
@@ -352,17 +333,19 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                     const double gx = gap_to_span(xi, b.xlo, b.xhi, ox);
                     const double gy = gap_to_span(yi, b.ylo, b.yhi, oy);
                     const double gz = gap_to_span(zi, b.zlo, b.zhi, oz);
-                    if (gx * gx + gy * gy + gz * gz >= reach2_i)
-                        continue;
+                    // Written always and kept when within reach: whether a cell's box is in
+                    // reach changes from atom to atom, and a branch on it is often mispredicted.
+                    const bool reached = gx * gx + gy * gy + gz * gz < reach2_i;
                     const int32_t image = sx->code + sy->code + sz->code;
-                    runs[count++] = {start[k], start[k + 1], image, ox, oy, oz};
-                    candidates += start[k + 1] - start[k];
+                    runs[count] = {start[k], start[k + 1], image, ox, oy, oz};
+                    count += reached ? 1 : 0;
+                    candidates += reached ? start[k + 1] - start[k] : 0;
                 }
             }
         }
         list.reserve(candidates);
-        list.written = append_within_range(packed, runs, count, i, xi, yi, zi, cutoff2, list.nebour,
-                                           list.pbctyp, list.written);
+        list.written =
+            append_within_range(view, runs, count, centre, list.nebour, list.pbctyp, list.written);
         if (list.written > list.limit)
             nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
     }

@@ -170,6 +170,8 @@ struct AcklandFamily {
     const AcklandState& state;
     // d(phi)/dr of every bond, kept from the density to the force pass.
     std::vector<double> ackland_forsav{};
+    // Slots of the bonds to neighbours of higher index, per atom.
+    std::vector<int32_t> higher_bonds{};
 
     int32_t idnum() const { return state.ackland_idnum; }
     bool selects(int32_t z) const { return ackland_selects(z); }
@@ -180,7 +182,7 @@ struct AcklandFamily {
     // Flattened: the pair and density functions are inlined into the loop over the bonds.
     [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) {
         sqrt_embedding_interact(
-            engine, m, i, ackland_forsav, kAcklandEmbeddingGuard,
+            engine, m, i, ackland_forsav, higher_bonds, kAcklandEmbeddingGuard,
             [this](int32_t t, double r) { return bond_pair(state, t, r); },
             [this](int32_t t, double r) { return bond_density(state, t, r); });
     }

@@ -32,6 +32,8 @@ struct AcklistFamily {
     const AcklistState& state;
     // d(phi)/dr of every bond, kept from the density to the force pass.
     std::vector<double> acklist_forsav{};
+    // Slots of the bonds to neighbours of higher index, per atom.
+    std::vector<int32_t> higher_bonds{};
 
     int32_t idnum() const { return state.acklist_idnum; }
     bool selects(int32_t z) const { return acklist_selects(z); }
@@ -41,7 +43,7 @@ struct AcklistFamily {
 
     void interact(Engine& engine, int32_t m, int32_t i) {
         sqrt_embedding_interact(
-            engine, m, i, acklist_forsav, kAcklistEmbeddingGuard,
+            engine, m, i, acklist_forsav, higher_bonds, kAcklistEmbeddingGuard,
             [this](int32_t t, double r) { return acklist_bond_pair(state, t, r); },
             [this](int32_t t, double r) { return acklist_density(state, t, r); });
     }

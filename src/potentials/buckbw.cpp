@@ -184,6 +184,8 @@ struct BuckbwFamily {
     static constexpr bool counts_all_atoms = false;
     static constexpr bool stores_type = true;
     static constexpr bool stores_smoothing = false;
+    // Each pair is taken once, from its lower atom index.
+    static constexpr bool reads_higher_neighbours_only = true;
 
     const BuckbwState& state;
 

@@ -21,10 +21,16 @@ namespace pelix {
 
 // `pair_term(t, r)` returns the PairValue of a bond of type t and length r, `density_term(t,
 // r)` its DensityValue. `forsav` keeps, by bond slot, the density derivative of every bond
-// between the density and the force pass; it grows to the size of the bond list.
+// between the density and the force pass; it grows to the size of the bond list. `higher` is
+// scratch for the slots of the bonds to neighbours of higher index.
+//
+// The steps above are taken as three passes over the bonds (pair terms, density, embedding
+// forces), which makes every addition to every force and energy in the order of the steps.
+// Atom i's own force and energy are carried in registers through the passes and stored once:
+// no bond joins an atom to itself, so no addition through a neighbour touches them.
 template <class PairTerm, class DensityTerm>
 void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<double>& forsav,
-                             double guard, const PairTerm& pair_term,
+                             std::vector<int32_t>& higher, double guard, const PairTerm& pair_term,
                              const DensityTerm& density_term) {
     const BondList& bonds = engine.ff.bonds;
     const int32_t first = bonds.datum[m], last = bonds.datum[m + 1];
@@ -32,31 +38,72 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
         return;
     if (forsav.size() < bonds.neb.size())
         forsav.resize(bonds.neb.size());
+    if (higher.size() < bonds.neb.size())
+        higher.resize(bonds.neb.size());
+
+    const int32_t* neb = bonds.neb.data();
+    const int32_t* type = bonds.bndtyp.data();
+    const double* length = bonds.bndlen.data();
+    const double* ux = bonds.bndxnm.data();
+    const double* uy = bonds.bndynm.data();
+    const double* uz = bonds.bndznm.data();
+    ForceFieldState& ff = engine.ff;
+    double* fx = ff.fx.data();
+    double* fy = ff.fy.data();
+    double* fz = ff.fz.data();
+    double* pe = engine.atoms.pe.data();
+    double fxi = fx[i], fyi = fy[i], fzi = fz[i], pei = pe[i];
+
+    // Pair terms, of the bonds to higher-index neighbours, gathered first without a branch on
+    // the index order (which the cell order leaves unpredictable).
+    int32_t count = 0;
+    for (int32_t b = first; b < last; ++b) {
+        higher[static_cast<std::size_t>(count)] = b;
+        count += neb[b] > i ? 1 : 0;
+    }
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t b = higher[static_cast<std::size_t>(k)];
+        const int32_t j = neb[b];
+        const PairValue pair = pair_term(type[b], length[b]);
+        const double half = 0.5 * pair.v;
+        pei += half;
+        pe[j] += half;
+        const double g = -pair.f;
+        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
+        fxi += gx;
+        fyi += gy;
+        fzi += gz;
+        fx[j] -= gx;
+        fy[j] -= gy;
+        fz[j] -= gz;
+    }
 
     double rho = 0.0;
     for (int32_t b = first; b < last; ++b) {
-        const int32_t j = bonds.neb[b];
-        const int32_t t = bonds.bndtyp[b];
-        const double r = bonds.bndlen[b];
-        if (j > i) {
-            const PairValue pair = pair_term(t, r);
-            add_pair_terms(engine, i, j, pair.v, -pair.f, bonds.bndxnm[b], bonds.bndynm[b],
-                           bonds.bndznm[b]);
-        }
-        const DensityValue density = density_term(t, r);
+        const DensityValue density = density_term(type[b], length[b]);
         rho += density.rho;
-        forsav[b] = density.drho;
+        forsav[static_cast<std::size_t>(b)] = density.drho;
     }
 
     const double s = std::sqrt(rho);
-    engine.atoms.pe[i] -= s;
+    pei -= s;
     const double c = s > guard ? -0.5 / s : 0.0;
 
-    ForceFieldState& ff = engine.ff;
     for (int32_t b = first; b < last; ++b) {
-        const int32_t j = bonds.neb[b];
-        ff.add_pair_force(i, j, forsav[b] * c, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
+        const int32_t j = neb[b];
+        const double g = forsav[static_cast<std::size_t>(b)] * c;
+        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
+        fxi += gx;
+        fyi += gy;
+        fzi += gz;
+        fx[j] -= gx;
+        fy[j] -= gy;
+        fz[j] -= gz;
     }
+    fx[i] = fxi;
+    fy[i] = fyi;
+    fz[i] = fzi;
+    pe[i] = pei;
 }
 
 }  // namespace pelix

@@ -17,6 +17,10 @@
 //       void interact(Engine& engine, int32_t m, int32_t i);  // bonds of selected atom m
 //   };
 //
+// A family whose interaction reads only the bonds to neighbours of higher index (each pair once,
+// from its lower atom) may declare `static constexpr bool reads_higher_neighbours_only = true;`:
+// its bond list then holds those bonds alone, in the same order.
+//
 // The family's calls are resolved at compile time, so the pair loops carry no indirect call.
 // Include this header from the family's .cpp only: it pulls in the whole Engine.
 #include <cmath>
@@ -26,12 +30,10 @@
 #include <string>
 #include <string_view>
 #include <vector>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "potentials/bond_geometry.hpp"
 
 namespace pelix {
 
@@ -51,6 +53,15 @@ concept PotentialFamily = requires(Family& family, const Family& cfamily, Engine
     cfamily.smoothing(k, r, f, f);
     family.interact(engine, k, k);
 };
+
+// True when the family reads only the bonds to neighbours of higher index.
+template <class Family>
+constexpr bool reads_higher_neighbours_only() {
+    if constexpr (requires { Family::reads_higher_neighbours_only; })
+        return Family::reads_higher_neighbours_only;
+    else
+        return false;
+}
 
 // Capacity of the bond list for n atoms: the integer part of n x B x F, kept within the range
 // of the bond counter.
@@ -83,39 +94,12 @@ inline bool family_bond(const Engine& engine, const Family& family, int32_t idnu
     return r2 < family.conrh2(t);
 }
 
-// Turns the first `count` bonds, which hold the separation (dx, dy, dz) in bndxnm, bndynm,
-// bndznm and its square in bndlen, into the bond length and the unit vector. Square roots and
-// divisions are correctly rounded whether taken one or two at a time, so the pairs taken
-// together give the same bits as one by one.
-inline void normalise_bonds(BondList& bonds, int32_t count) {
-    double* len = bonds.bndlen.data();
-    double* ux = bonds.bndxnm.data();
-    double* uy = bonds.bndynm.data();
-    double* uz = bonds.bndznm.data();
-    int32_t b = 0;
-#if defined(__SSE2__)
-    for (; b + 2 <= count; b += 2) {
-        const __m128d r = _mm_sqrt_pd(_mm_loadu_pd(len + b));
-        _mm_storeu_pd(len + b, r);
-        _mm_storeu_pd(ux + b, _mm_div_pd(_mm_loadu_pd(ux + b), r));
-        _mm_storeu_pd(uy + b, _mm_div_pd(_mm_loadu_pd(uy + b), r));
-        _mm_storeu_pd(uz + b, _mm_div_pd(_mm_loadu_pd(uz + b), r));
-    }
-#endif
-    for (; b < count; ++b) {
-        const double r = std::sqrt(len[b]);
-        len[b] = r;
-        ux[b] /= r;
-        uy[b] /= r;
-        uz[b] /= r;
-    }
-}
-
 // Writes the bonds of atom i into the bond list, from its first slot on, and returns their
 // number: every neighbour that "potfor.IN" gives to the family and that lies strictly within
-// the cut-off of its pair type. The bonds are counted in `nebtot` over the whole evaluation,
-// and the count is checked with each bond: a bond that takes slot intersize + 1 stops with the
-// family's message before anything reads it.
+// the cut-off of its pair type (of higher index only, for a family that reads no others). The
+// bonds are counted in `nebtot` over the whole evaluation. The evaluation has made sure before
+// the first atom that the capacity holds every bond; the count is checked again here all the
+// same, so that no bond past the capacity is ever read.
 template <PotentialFamily Family>
 int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
     ForceFieldState& ff = engine.ff;
@@ -148,12 +132,14 @@ int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
         bonds.bndynm[b] = dy;
         bonds.bndznm[b] = dz;
         bonds.bndtyp[b] = t;
-        const int32_t kept = r2 < family.conrh2(t) ? 1 : 0;
-        written += kept;
-        bonds.nebtot += kept;
-        if (bonds.nebtot > bonds.intersize)
-            nrerror(std::string(Family::overflow_message));
+        bool kept = r2 < family.conrh2(t);
+        if constexpr (reads_higher_neighbours_only<Family>())
+            kept = kept && j > i;
+        written += kept ? 1 : 0;
     }
+    bonds.nebtot += written;
+    if (bonds.nebtot > bonds.intersize)
+        nrerror(std::string(Family::overflow_message));
     normalise_bonds(bonds, written);
     if constexpr (Family::stores_smoothing) {
         for (std::size_t b = 0; b < static_cast<std::size_t>(written); ++b) {

@@ -85,6 +85,8 @@ struct ZblpotlFamily {
     static constexpr bool counts_all_atoms = false;
     static constexpr bool stores_type = true;
     static constexpr bool stores_smoothing = true;
+    // Each pair is taken once, from its lower atom index.
+    static constexpr bool reads_higher_neighbours_only = true;
 
     const ZblpotlState& state;
 

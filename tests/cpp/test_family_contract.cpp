@@ -19,7 +19,7 @@ constexpr int32_t kFe = 26, kHe = 2, kCu = 29;
 
 // Springs Fe-Fe (type 1, cut-off 2.5, rest length 1.2) and Fe-He (type 2, cut-off 2.0, rest
 // length 0.8), stiffness 2. He-He and anything with Cu is refused by the mapper.
-template <double B, double F, bool AllAtoms>
+template <double B, double F, bool AllAtoms, bool HigherOnly = false>
 struct SpringFamily {
     static constexpr std::string_view overflow_message = "SPRING_NEB: NEBTOT > INTERSIZE";
     static constexpr double bond_capacity = B;
@@ -27,6 +27,7 @@ struct SpringFamily {
     static constexpr bool counts_all_atoms = AllAtoms;
     static constexpr bool stores_type = true;
     static constexpr bool stores_smoothing = true;
+    static constexpr bool reads_higher_neighbours_only = HigherOnly;
 
     int32_t potential = 1;
     std::vector<std::pair<int32_t, int32_t>> interact_calls;
@@ -193,6 +194,30 @@ TEST(FamilyContract, OverflowStopsOnlyWhenABondWouldPassTheCapacity) {
         EXPECT_NO_THROW(evaluate_family(engine, family));
         EXPECT_EQ(family.seen.intersize, 6);
     }
+}
+
+TEST(FamilyContract, FamilyReadingHigherNeighboursOnlyGetsThoseBondsAndTheSameResults) {
+    Engine full_engine = spring_engine();
+    RoomySpring full;
+    evaluate_family(full_engine, full);
+
+    Engine engine = spring_engine();
+    SpringFamily<1.25, 1.0, false, true> higher;
+    evaluate_family(engine, higher);
+    EXPECT_EQ(higher.seen.neb, (std::vector<int32_t>{2, 3, 5}));
+    EXPECT_EQ(higher.seen.datum, (std::vector<int32_t>{0, 3, 3, 3, 3, 3}));
+    EXPECT_EQ(higher.seen.nebtot, 3);
+    EXPECT_EQ(higher.interact_calls, full.interact_calls);
+    EXPECT_EQ(engine.ff.fx, full_engine.ff.fx);
+    EXPECT_EQ(engine.ff.fy, full_engine.ff.fy);
+    EXPECT_EQ(engine.atoms.pe, full_engine.atoms.pe);
+
+    // The capacity still counts the bonds from both sides: five slots for six bonds stop.
+    Engine small = spring_engine();
+    SpringFamily<1.0, 1.0, false, true> cramped;
+    EXPECT_EQ(test_support::nrerror_line([&] { evaluate_family(small, cramped); }),
+              " nrerror: SPRING_NEB: NEBTOT > INTERSIZE");
+    EXPECT_TRUE(cramped.interact_calls.empty());
 }
 
 TEST(FamilyContract, FamilyWithoutItsElementsTouchesNothing) {

@@ -1,0 +1,49 @@
+#pragma once
+// The innermost loop of the neighbour-list build: the atoms of a run of packed cell entries are
+// tested against the pair radii of atom i, and the ones within range are written to the list in
+// the order of the run. Four candidates are tested at a time where the processor has AVX2 (the
+// choice is made at run time, so the module still loads on any x86-64); the vector and the
+// scalar loop compute the separation with the same operations in the same order and keep
+// exactly the same entries.
+#include <cstdint>
+
+namespace pelix {
+
+// A run of candidate neighbours: packed entries first .. end-1, all seen through one periodic
+// image with code `image` and offset (ox, oy, oz) subtracted from their positions.
+struct CandidateRun {
+    int32_t first, end;
+    int32_t image;
+    double ox, oy, oz;
+};
+
+// The packed candidates: atom index, position and species of every packed entry.
+struct PackedView {
+    const int32_t* atom;
+    const double* x;
+    const double* y;
+    const double* z;
+    const int32_t* specie;
+};
+
+// Atom i as the filter sees it: its index and position, its squared pair radius to every
+// species, and, when that radius is the same for all species, the common value (else a NaN).
+struct FilterCentre {
+    int32_t i;
+    double x, y, z;
+    const double* cutoff2;
+    double common_cutoff2;
+};
+
+// Writes the atoms of `count` runs into nebour/pbctyp from slot `written` on, keeping those
+// strictly within range of the centre (the centre itself excepted), and returns the number of
+// entries written so far. The arrays need one slot beyond the entries kept plus the candidates
+// of the runs; slots past the returned count may be overwritten.
+int64_t append_within_range(const PackedView& packed, const CandidateRun* runs, int count,
+                            const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp,
+                            int64_t written);
+
+// True when the vector form of the filter is used on this processor.
+bool range_filter_is_vectorised();
+
+}  // namespace pelix

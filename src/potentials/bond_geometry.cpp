@@ -1,0 +1,71 @@
+#include "potentials/bond_geometry.hpp"
+
+#include <cmath>
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#define PELIX_BOND_GEOMETRY_AVX 1
+#endif
+
+namespace pelix {
+
+namespace {
+
+// Square roots and divisions are correctly rounded however many are taken at once, so the
+// vector forms below give the same bits as this loop.
+void normalise_scalar(double* len, double* ux, double* uy, double* uz, int32_t from,
+                      int32_t count) {
+    for (int32_t b = from; b < count; ++b) {
+        const double r = std::sqrt(len[b]);
+        len[b] = r;
+        ux[b] /= r;
+        uy[b] /= r;
+        uz[b] /= r;
+    }
+}
+
+#if defined(PELIX_BOND_GEOMETRY_AVX)
+[[gnu::target("avx")]] void normalise_avx(double* len, double* ux, double* uy, double* uz,
+                                          int32_t count) {
+    int32_t b = 0;
+    for (; b + 4 <= count; b += 4) {
+        const __m256d r = _mm256_sqrt_pd(_mm256_loadu_pd(len + b));
+        _mm256_storeu_pd(len + b, r);
+        _mm256_storeu_pd(ux + b, _mm256_div_pd(_mm256_loadu_pd(ux + b), r));
+        _mm256_storeu_pd(uy + b, _mm256_div_pd(_mm256_loadu_pd(uy + b), r));
+        _mm256_storeu_pd(uz + b, _mm256_div_pd(_mm256_loadu_pd(uz + b), r));
+    }
+    normalise_scalar(len, ux, uy, uz, b, count);
+}
+
+void normalise_sse2(double* len, double* ux, double* uy, double* uz, int32_t count) {
+    int32_t b = 0;
+    for (; b + 2 <= count; b += 2) {
+        const __m128d r = _mm_sqrt_pd(_mm_loadu_pd(len + b));
+        _mm_storeu_pd(len + b, r);
+        _mm_storeu_pd(ux + b, _mm_div_pd(_mm_loadu_pd(ux + b), r));
+        _mm_storeu_pd(uy + b, _mm_div_pd(_mm_loadu_pd(uy + b), r));
+        _mm_storeu_pd(uz + b, _mm_div_pd(_mm_loadu_pd(uz + b), r));
+    }
+    normalise_scalar(len, ux, uy, uz, b, count);
+}
+#endif
+
+}  // namespace
+
+void normalise_bonds(BondList& bonds, int32_t count) {
+    double* len = bonds.bndlen.data();
+    double* ux = bonds.bndxnm.data();
+    double* uy = bonds.bndynm.data();
+    double* uz = bonds.bndznm.data();
+#if defined(PELIX_BOND_GEOMETRY_AVX)
+    if (__builtin_cpu_supports("avx"))
+        normalise_avx(len, ux, uy, uz, count);
+    else
+        normalise_sse2(len, ux, uy, uz, count);
+#else
+    normalise_scalar(len, ux, uy, uz, 0, count);
+#endif
+}
+
+}  // namespace pelix

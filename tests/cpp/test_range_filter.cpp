@@ -1,0 +1,140 @@
+// The neighbour-list range filter and the bond normalisation, whose vector forms must keep the
+// same entries and give the same bits as a plain loop on every processor.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "atoms/force_field_state.hpp"
+#include "interaction/range_filter.hpp"
+#include "potentials/bond_geometry.hpp"
+
+namespace pelix {
+namespace {
+
+struct Candidates {
+    std::vector<int32_t> atom, specie;
+    std::vector<double> x, y, z;
+    PackedView view() const { return {atom.data(), x.data(), y.data(), z.data(), specie.data()}; }
+};
+
+// The entries a plain loop keeps, in order: (atom, image) of every candidate strictly within
+// the centre's radius to its species, the centre itself excepted.
+std::vector<std::pair<int32_t, int32_t>> kept_by_plain_loop(const Candidates& c,
+                                                            const std::vector<CandidateRun>& runs,
+                                                            const FilterCentre& centre) {
+    std::vector<std::pair<int32_t, int32_t>> kept;
+    for (const CandidateRun& run : runs) {
+        for (int32_t m = run.first; m < run.end; ++m) {
+            const double dx = c.x[m] - run.ox - centre.x;
+            const double dy = c.y[m] - run.oy - centre.y;
+            const double dz = c.z[m] - run.oz - centre.z;
+            if (dx * dx + dy * dy + dz * dz < centre.cutoff2[c.specie[m]] && c.atom[m] != centre.i)
+                kept.emplace_back(c.atom[m], run.image);
+        }
+    }
+    return kept;
+}
+
+TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
+    std::mt19937_64 rng(11);
+    std::uniform_real_distribution<double> coordinate(-4.0, 4.0);
+    const std::vector<double> mixed{9.0, 4.0, 12.25};  // radius 3, 2, 3.5 by species
+    const std::vector<double> common{6.25, 6.25, 6.25};
+    for (int trial = 0; trial < 200; ++trial) {
+        Candidates c;
+        std::vector<CandidateRun> runs;
+        // Runs of every length from 0 to 9, so that groups of four end at every remainder.
+        for (int32_t length = trial % 10, r = 0; r < 4; ++r, length = (length + 3) % 10) {
+            const auto first = static_cast<int32_t>(c.atom.size());
+            for (int32_t k = 0; k < length; ++k) {
+                c.atom.push_back(static_cast<int32_t>(rng() % 40));
+                c.specie.push_back(static_cast<int32_t>(rng() % 3));
+                c.x.push_back(coordinate(rng));
+                c.y.push_back(coordinate(rng));
+                c.z.push_back(coordinate(rng));
+            }
+            runs.push_back({first, first + length, r - 1, 0.5 * r, -0.25 * r, 0.0});
+        }
+        // One candidate exactly at the radius 2.5 from the centre along x: never kept.
+        c.atom.push_back(39);
+        c.specie.push_back(0);
+        c.x.push_back(0.5 + 2.5);
+        c.y.push_back(0.0);
+        c.z.push_back(0.0);
+        runs.push_back({runs.back().end, runs.back().end + 1, 4, 0.0, 0.0, 0.0});
+
+        const bool uniform = trial % 2 == 0;
+        const std::vector<double>& radii = uniform ? common : mixed;
+        const FilterCentre centre{static_cast<int32_t>(trial % 40),
+                                  0.5,
+                                  0.0,
+                                  0.0,
+                                  radii.data(),
+                                  uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN()};
+        std::vector<int32_t> nebour(c.atom.size() + 1, -7), pbctyp(c.atom.size() + 1, -7);
+        const int64_t written =
+            append_within_range(c.view(), runs.data(), static_cast<int>(runs.size()), centre,
+                                nebour.data(), pbctyp.data(), 0);
+
+        const auto expected = kept_by_plain_loop(c, runs, centre);
+        ASSERT_EQ(written, static_cast<int64_t>(expected.size())) << "trial " << trial;
+        for (std::size_t e = 0; e < expected.size(); ++e) {
+            EXPECT_EQ(nebour[e], expected[e].first) << "trial " << trial << " entry " << e;
+            EXPECT_EQ(pbctyp[e], expected[e].second) << "trial " << trial << " entry " << e;
+        }
+    }
+}
+
+TEST(RangeFilter, NotANumberIsNeverWithinRange) {
+    Candidates c{{1, 2, 3, 4, 5},
+                 {0, 0, 0, 0, 0},
+                 {0.1, NAN, 0.2, 0.3, 0.4},
+                 {0, 0, 0, 0, 0},
+                 {0, 0, 0, 0, 0}};
+    const std::vector<CandidateRun> runs{{0, 5, 0, 0.0, 0.0, 0.0}};
+    const double radius2 = 1.0;
+    const FilterCentre centre{0, 0.0, 0.0, 0.0, &radius2, radius2};
+    std::vector<int32_t> nebour(6), pbctyp(6);
+    const int64_t written =
+        append_within_range(c.view(), runs.data(), 1, centre, nebour.data(), pbctyp.data(), 0);
+    ASSERT_EQ(written, 4);
+    EXPECT_EQ(std::vector<int32_t>(nebour.begin(), nebour.begin() + 4),
+              (std::vector<int32_t>{1, 3, 4, 5}));
+}
+
+TEST(BondGeometry, LengthsAndUnitVectorsHaveTheBitsOfOneAtATime) {
+    std::mt19937_64 rng(5);
+    std::uniform_real_distribution<double> component(-5.0, 5.0);
+    for (int32_t count = 0; count <= 9; ++count) {
+        BondList bonds;
+        bonds.make_room(count);
+        std::vector<double> len, ux, uy, uz;
+        for (int32_t b = 0; b < count; ++b) {
+            const double dx = component(rng), dy = component(rng), dz = component(rng);
+            const double r2 = dx * dx + dy * dy + dz * dz;
+            bonds.bndxnm[b] = dx;
+            bonds.bndynm[b] = dy;
+            bonds.bndznm[b] = dz;
+            bonds.bndlen[b] = r2;
+            const double r = std::sqrt(r2);
+            len.push_back(r);
+            ux.push_back(dx / r);
+            uy.push_back(dy / r);
+            uz.push_back(dz / r);
+        }
+        normalise_bonds(bonds, count);
+        for (int32_t b = 0; b < count; ++b) {
+            EXPECT_EQ(bonds.bndlen[b], len[b]) << count << " bonds, bond " << b;
+            EXPECT_EQ(bonds.bndxnm[b], ux[b]) << count << " bonds, bond " << b;
+            EXPECT_EQ(bonds.bndynm[b], uy[b]) << count << " bonds, bond " << b;
+            EXPECT_EQ(bonds.bndznm[b], uz[b]) << count << " bonds, bond " << b;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pelix
