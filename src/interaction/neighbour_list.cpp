@@ -135,11 +135,12 @@ inline double gap_to_span(double c, double lo, double hi, double o) {
     return std::max(0.0, std::max((lo - o) - c, c - (hi - o)));
 }
 
-// Makes room for at least `needed` slots in the list arrays (doubling, to keep the number of
-// moves small) and returns the new size.
+// Makes room for at least `needed` slots in the list arrays (by half as much again, to keep the
+// number of moves small without doubling the largest arrays of the call) and returns the new
+// size.
 int64_t grow_list(ForceFieldState& ff, int64_t needed) {
     const auto size = static_cast<std::size_t>(
-        std::max<int64_t>(needed, 2 * static_cast<int64_t>(ff.nebour.size())));
+        std::max<int64_t>(needed, 3 * static_cast<int64_t>(ff.nebour.size()) / 2));
     ff.nebour.resize(size);
     ff.pbctyp.resize(size);
     return static_cast<int64_t>(size);
@@ -175,20 +176,31 @@ inline int32_t home_cell(double c, double lower, double width, int32_t cells) {
     return static_cast<int32_t>(slice);
 }
 
-// A first guess at the number of list entries, from the mean atom density of the region and
-// the largest pair radius, so that the list seldom has to grow while it is filled.
+// A first guess at the number of list entries, from the mean density of each species over the
+// region and the pair radius of each species pair, so that the list seldom has to grow while
+// it is filled and is not much larger than it needs to be.
 std::size_t expected_entries(const Engine& engine, int64_t limit) {
     const CellGrid& grid = engine.cells;
     const int32_t mylt = engine.atoms.mylt;
+    const SpeciesMatrix<double>& radus2 = engine.neighbours.radus2;
     const double volume = (grid.neb_eastlim - grid.neb_westlim) *
                           (grid.neb_uplim - grid.neb_downlim) *
                           (grid.neb_northlim - grid.neb_southlim);
-    double rmax = 0.0;
-    for (double r2 : engine.neighbours.radus2.data)
-        rmax = std::max(rmax, r2);
-    rmax = std::sqrt(rmax);
-    const double sphere = 4.0 / 3.0 * std::numbers::pi * rmax * rmax * rmax;
-    double estimate = 1.2 * mylt * (mylt / volume) * sphere;
+    std::vector<double> count(static_cast<std::size_t>(radus2.n), 0.0);
+    for (int32_t i = 0; i < mylt; ++i) {
+        const int32_t s = engine.ff.specie[i];
+        if (s >= 0 && s < radus2.n)
+            count[static_cast<std::size_t>(s)] += 1.0;
+    }
+    double pairs = 0.0;
+    for (int32_t a = 0; a < radus2.n; ++a) {
+        for (int32_t b = 0; b < radus2.n; ++b) {
+            const double r = std::sqrt(radus2(a, b));
+            pairs += count[static_cast<std::size_t>(a)] * count[static_cast<std::size_t>(b)] *
+                     (4.0 / 3.0 * std::numbers::pi * r * r * r);
+        }
+    }
+    double estimate = 1.05 * pairs / volume;
     if (!(estimate >= 0.0) || !(volume > 0.0))
         return 0;
     estimate = std::min(estimate, static_cast<double>(limit));
