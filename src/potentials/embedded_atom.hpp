@@ -53,6 +53,16 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
     double* fz = ff.fz.data();
     double* pe = engine.atoms.pe.data();
     double fxi = fx[i], fyi = fy[i], fzi = fz[i], pei = pe[i];
+    // The force g along bond b's unit vector to atom i, its opposite to neighbour j.
+    const auto add_bond_force = [&](int32_t b, int32_t j, double g) {
+        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
+        fxi += gx;
+        fyi += gy;
+        fzi += gz;
+        fx[j] -= gx;
+        fy[j] -= gy;
+        fz[j] -= gz;
+    };
 
     // Pair terms, of the bonds to higher-index neighbours, gathered first without a branch on
     // the index order (which the cell order leaves unpredictable).
@@ -68,14 +78,7 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
         const double half = 0.5 * pair.v;
         pei += half;
         pe[j] += half;
-        const double g = -pair.f;
-        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
-        fxi += gx;
-        fyi += gy;
-        fzi += gz;
-        fx[j] -= gx;
-        fy[j] -= gy;
-        fz[j] -= gz;
+        add_bond_force(b, j, -pair.f);
     }
 
     double rho = 0.0;
@@ -90,15 +93,7 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
     const double c = s > guard ? -0.5 / s : 0.0;
 
     for (int32_t b = first; b < last; ++b) {
-        const int32_t j = neb[b];
-        const double g = forsav[static_cast<std::size_t>(b)] * c;
-        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
-        fxi += gx;
-        fyi += gy;
-        fzi += gz;
-        fx[j] -= gx;
-        fy[j] -= gy;
-        fz[j] -= gz;
+        add_bond_force(b, neb[b], forsav[static_cast<std::size_t>(b)] * c);
     }
     fx[i] = fxi;
     fy[i] = fyi;
