@@ -51,3 +51,13 @@ def test_only_leaks_under_the_engine_and_other_reports_are_findings(tmp_path):
     (tmp_path / "report.4").write_text(
         "/checkout/src/interface/driver.cpp:40:7: runtime error: signed integer overflow\n")
     assert len(reports.findings(tmp_path, root)) == 3
+
+    # The leak checker failing at exit reports no block: a warning, not a finding; an error
+    # report from the same process still counts.
+    tracer = ("Tracer caught signal 11: addr=0x7168 pc=0x7f8 sp=0x7f8\n"
+              "==9==LeakSanitizer has encountered a fatal error.\n")
+    (tmp_path / "report.5").write_text(tracer)
+    assert len(reports.findings(tmp_path, root)) == 3
+    (tmp_path / "report.6").write_text(
+        tracer + "/checkout/src/x.cpp:1:1: runtime error: division by zero\n")
+    assert len(reports.findings(tmp_path, root)) == 4
