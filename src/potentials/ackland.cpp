@@ -158,6 +158,48 @@ inline DensityValue bond_density(const AcklandState& state, int32_t t, double r)
     return knot_density(state.ackland_rr[s], state.ackland_ar[s], r);
 }
 
+// Calls run(t, from, to) for each run of bonds from..to-1 of one pair type t. Only like elements
+// pair, so the bonds of an atom are one run.
+template <class Run>
+void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
+    for (int32_t from = 0; from < n;) {
+        int32_t to = from + 1;
+        while (to < n && type[to] == type[from])
+            ++to;
+        run(type[from], from, to);
+        from = to;
+    }
+}
+
+// The pair terms of n bonds: the knot sums of a run of one type together, then the few bonds
+// short enough for the join to ZBL one at a time.
+void bond_pairs(const AcklandState& state, const int32_t* type, const double* r, int32_t n,
+                double* v, double* f) {
+    for_each_type_run(type, n, [&](int32_t t, int32_t from, int32_t to) {
+        const std::size_t s = AcklandState::slot(t);
+        cubic_knot_sums_many(state.rs[s].data(), state.as[s].data(), kAcklandPairKnots, r + from,
+                             static_cast<std::size_t>(to - from), v + from, f + from);
+        for (int32_t k = from; k < to; ++k) {
+            f[k] = 3.0 * f[k];
+            if (join_region(r[k], state.sr_cutoff_for_ackland[s], state.pw_ackland_cutin[s]) !=
+                JoinRegion::Own) {
+                const PairValue pair = bond_pair(state, t, r[k]);
+                v[k] = pair.v;
+                f[k] = pair.f;
+            }
+        }
+    });
+}
+
+void bond_densities(const AcklandState& state, const int32_t* type, const double* r, int32_t n,
+                    double* rho, double* drho) {
+    for_each_type_run(type, n, [&](int32_t t, int32_t from, int32_t to) {
+        const std::size_t s = AcklandState::slot(t);
+        knot_densities(state.ackland_rr[s], state.ackland_ar[s], r + from, to - from, rho + from,
+                       drho + from);
+    });
+}
+
 // The family as the common evaluation sees it.
 struct AcklandFamily {
     static constexpr std::string_view overflow_message = "ACKLAND_NEB: WHATs WRONG WITH INTERSIZE";
@@ -168,10 +210,7 @@ struct AcklandFamily {
     static constexpr bool stores_smoothing = false;
 
     const AcklandState& state;
-    // d(phi)/dr of every bond, kept from the density to the force pass.
-    std::vector<double> ackland_forsav{};
-    // Slots of the bonds to neighbours of higher index, per atom.
-    std::vector<int32_t> higher_bonds{};
+    EmbeddingScratch scratch{};
 
     int32_t idnum() const { return state.ackland_idnum; }
     bool selects(int32_t z) const { return ackland_selects(z); }
@@ -182,9 +221,13 @@ struct AcklandFamily {
     // Flattened: the pair and density functions are inlined into the loop over the bonds.
     [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) {
         sqrt_embedding_interact(
-            engine, m, i, ackland_forsav, higher_bonds, kAcklandEmbeddingGuard,
-            [this](int32_t t, double r) { return bond_pair(state, t, r); },
-            [this](int32_t t, double r) { return bond_density(state, t, r); });
+            engine, m, i, scratch, kAcklandEmbeddingGuard,
+            [this](const int32_t* type, const double* r, int32_t n, double* v, double* f) {
+                bond_pairs(state, type, r, n, v, f);
+            },
+            [this](const int32_t* type, const double* r, int32_t n, double* rho, double* drho) {
+                bond_densities(state, type, r, n, rho, drho);
+            });
     }
 };
 

@@ -19,6 +19,7 @@
 #include <cstdint>
 
 #include "common/numerical.hpp"
+#include "potentials/knot_sums.hpp"
 #include "potentials/zbl.hpp"
 
 namespace pelix {
@@ -46,32 +47,10 @@ struct DensityValue {
 
 // The sums over knots x_k with coefficients c_k of c_k (x_k - r)^3 H(x_k - r) (`cubes`) and
 // of c_k (x_k - r)^2 H(x_k - r) (`squares`); d(cubes)/dr = -3 squares.
-//
-// A knot at or below r adds c_k d^3 * 0, a signed zero, which leaves the sum as it is (the sum
-// starts at +0, and +0 + -0 is +0), so such knots are skipped: the same bits for less work, as
-// most bonds lie beyond most knots. A distance so large (or not a number) that d^3 could
-// overflow, making that product NaN, keeps every term.
 template <std::size_t N>
 void cubic_knot_sums(const std::array<double, N>& knots, const std::array<double, N>& coefficients,
                      double r, double& cubes, double& squares) {
-    cubes = 0.0;
-    squares = 0.0;
-    if (!(std::abs(r) < 1e100)) {
-        for (std::size_t k = 0; k < N; ++k) {
-            const double d = knots[k] - r;
-            const double step = hh(d);
-            cubes += coefficients[k] * d * d * d * step;
-            squares += coefficients[k] * d * d * step;
-        }
-        return;
-    }
-    for (std::size_t k = 0; k < N; ++k) {
-        const double d = knots[k] - r;
-        if (d > 0.0) {
-            cubes += coefficients[k] * d * d * d;
-            squares += coefficients[k] * d * d;
-        }
-    }
+    cubic_knot_sum(knots.data(), coefficients.data(), N, r, cubes, squares);
 }
 
 // The density of a three-knot sum at r and its derivative.
@@ -82,6 +61,17 @@ inline DensityValue knot_density(const std::array<double, kAcklandDensityKnots>&
     cubic_knot_sums(rr, ar, r, out.rho, squares);
     out.drho = -3.0 * squares;
     return out;
+}
+
+// The densities of n distances r[k] from a three-knot sum, into rho[k] and drho[k], bit for bit
+// as knot_density gives them one at a time.
+inline void knot_densities(const std::array<double, kAcklandDensityKnots>& rr,
+                           const std::array<double, kAcklandDensityKnots>& ar, const double* r,
+                           int32_t n, double* rho, double* drho) {
+    cubic_knot_sums_many(rr.data(), ar.data(), kAcklandDensityKnots, r, static_cast<std::size_t>(n),
+                         rho, drho);
+    for (int32_t k = 0; k < n; ++k)
+        drho[k] = -3.0 * drho[k];
 }
 
 struct AcklandState {

@@ -30,10 +30,7 @@ struct AcklistFamily {
     static constexpr bool stores_smoothing = false;
 
     const AcklistState& state;
-    // d(phi)/dr of every bond, kept from the density to the force pass.
-    std::vector<double> acklist_forsav{};
-    // Slots of the bonds to neighbours of higher index, per atom.
-    std::vector<int32_t> higher_bonds{};
+    EmbeddingScratch scratch{};
 
     int32_t idnum() const { return state.acklist_idnum; }
     bool selects(int32_t z) const { return acklist_selects(z); }
@@ -42,10 +39,12 @@ struct AcklistFamily {
     void smoothing(int32_t, double, double&, double&) const {}
 
     void interact(Engine& engine, int32_t m, int32_t i) {
+        const auto pair = [this](int32_t t, double r) { return acklist_bond_pair(state, t, r); };
         sqrt_embedding_interact(
-            engine, m, i, acklist_forsav, higher_bonds, kAcklistEmbeddingGuard,
-            [this](int32_t t, double r) { return acklist_bond_pair(state, t, r); },
-            [this](int32_t t, double r) { return acklist_density(state, t, r); });
+            engine, m, i, scratch, kAcklistEmbeddingGuard, bond_by_bond(pair),
+            [this](const int32_t*, const double* r, int32_t n, double* rho, double* drho) {
+                knot_densities(state.acklist_rr, state.acklist_ar, r, n, rho, drho);
+            });
     }
 };
 

@@ -19,27 +19,54 @@
 
 namespace pelix {
 
-// `pair_term(t, r)` returns the PairValue of a bond of type t and length r, `density_term(t,
-// r)` its DensityValue. `forsav` keeps, by bond slot, the density derivative of every bond
-// between the density and the force pass; it grows to the size of the bond list. `higher` is
-// scratch for the slots of the bonds to neighbours of higher index.
+// Scratch of the per-atom evaluation, kept by a family from one atom to the next so that it is
+// allocated once per evaluation: the slots, pair types and lengths of the bonds to neighbours of
+// higher index, and the two values of a term for every bond of the atom.
+struct EmbeddingScratch {
+    std::vector<int32_t> higher, type;
+    std::vector<double> length, value, slope;
+
+    void fit(std::size_t bonds) {
+        if (higher.size() >= bonds)
+            return;
+        higher.resize(bonds);
+        type.resize(bonds);
+        length.resize(bonds);
+        value.resize(bonds);
+        slope.resize(bonds);
+    }
+};
+
+// Terms of n bonds at once from a term of one bond: `term(t, r)` returns a pair of values (a
+// PairValue or a DensityValue), written to first[k] and second[k].
+template <class Term>
+auto bond_by_bond(const Term& term) {
+    return [&term](const int32_t* type, const double* r, int32_t n, double* first, double* second) {
+        for (int32_t k = 0; k < n; ++k) {
+            const auto [a, b] = term(type[k], r[k]);
+            first[k] = a;
+            second[k] = b;
+        }
+    };
+}
+
+// `pair_terms(type, r, n, v, f)` gives the pair term V and F = -dV/dr of n bonds of types
+// type[k] and lengths r[k]; `density_terms(type, r, n, rho, drho)` their densities phi and
+// d(phi)/dr. Each is bit for bit what the family's term of one bond gives.
 //
 // The steps above are taken as three passes over the bonds (pair terms, density, embedding
 // forces), which makes every addition to every force and energy in the order of the steps.
 // Atom i's own force and energy are carried in registers through the passes and stored once:
 // no bond joins an atom to itself, so no addition through a neighbour touches them.
-template <class PairTerm, class DensityTerm>
-void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<double>& forsav,
-                             std::vector<int32_t>& higher, double guard, const PairTerm& pair_term,
-                             const DensityTerm& density_term) {
+template <class PairTerms, class DensityTerms>
+void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScratch& scratch,
+                             double guard, const PairTerms& pair_terms,
+                             const DensityTerms& density_terms) {
     const BondList& bonds = engine.ff.bonds;
     const int32_t first = bonds.datum[m], last = bonds.datum[m + 1];
     if (first == last)
         return;
-    if (forsav.size() < bonds.neb.size())
-        forsav.resize(bonds.neb.size());
-    if (higher.size() < bonds.neb.size())
-        higher.resize(bonds.neb.size());
+    scratch.fit(static_cast<std::size_t>(last - first));
 
     const int32_t* neb = bonds.neb.data();
     const int32_t* type = bonds.bndtyp.data();
@@ -47,6 +74,9 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
     const double* ux = bonds.bndxnm.data();
     const double* uy = bonds.bndynm.data();
     const double* uz = bonds.bndznm.data();
+    int32_t* higher = scratch.higher.data();
+    double* value = scratch.value.data();
+    double* slope = scratch.slope.data();
     ForceFieldState& ff = engine.ff;
     double* fx = ff.fx.data();
     double* fy = ff.fy.data();
@@ -68,32 +98,35 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, std::vector<d
     // the index order (which the cell order leaves unpredictable).
     int32_t count = 0;
     for (int32_t b = first; b < last; ++b) {
-        higher[static_cast<std::size_t>(count)] = b;
+        higher[count] = b;
         count += neb[b] > i ? 1 : 0;
     }
     for (int32_t k = 0; k < count; ++k) {
-        const int32_t b = higher[static_cast<std::size_t>(k)];
+        scratch.type[static_cast<std::size_t>(k)] = type[higher[k]];
+        scratch.length[static_cast<std::size_t>(k)] = length[higher[k]];
+    }
+    pair_terms(scratch.type.data(), scratch.length.data(), count, value, slope);
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t b = higher[k];
         const int32_t j = neb[b];
-        const PairValue pair = pair_term(type[b], length[b]);
-        const double half = 0.5 * pair.v;
+        const double half = 0.5 * value[k];
         pei += half;
         pe[j] += half;
-        add_bond_force(b, j, -pair.f);
+        add_bond_force(b, j, -slope[k]);
     }
 
+    // The density, summed in bond order; d(phi)/dr of every bond is kept for the forces.
+    density_terms(type + first, length + first, last - first, value, slope);
     double rho = 0.0;
-    for (int32_t b = first; b < last; ++b) {
-        const DensityValue density = density_term(type[b], length[b]);
-        rho += density.rho;
-        forsav[static_cast<std::size_t>(b)] = density.drho;
-    }
+    for (int32_t k = 0; k < last - first; ++k)
+        rho += value[k];
 
     const double s = std::sqrt(rho);
     pei -= s;
     const double c = s > guard ? -0.5 / s : 0.0;
 
     for (int32_t b = first; b < last; ++b) {
-        add_bond_force(b, neb[b], forsav[static_cast<std::size_t>(b)] * c);
+        add_bond_force(b, neb[b], slope[b - first] * c);
     }
     fx[i] = fxi;
     fy[i] = fyi;

@@ -3,8 +3,10 @@
 // and the bond list. The crystals and whole force calls are checked from Python.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -118,6 +120,45 @@ TEST(Ackland, IronPairIsScreenedRepulsionThenExponentialBridgeThenKnotSum) {
         const Expected want = zbl(z, 0.88534 * 0.53 / (2.0 * std::pow(z, 0.23)), 0.9);
         EXPECT_NEAR(ackland_pair(state, t, 0.9).v, want.e, 1e-13 * want.e) << z;
         EXPECT_NE(ackland_pair(state, t, 0.9 + 1e-9).v, ackland_pair(state, t, 0.9).v) << z;
+    }
+}
+
+// Many distances at once give the bits of one at a time, for the sorted iron knots and the
+// unsorted silver ones: every group size and tail (0..9 distances), distances on a knot, in the
+// bridge and screened regions, beyond the cut-off, huge and not a number.
+TEST(Ackland, KnotSumsOfManyDistancesAreThoseOfOneAtATime) {
+    const AcklandState state = set_up();
+    std::vector<double> r;
+    for (int k = 0; k < 200; ++k)
+        r.push_back(0.05 + 0.03 * k);
+    for (double knot : state.rs[0])
+        r.push_back(knot);
+    r.insert(r.end(), {1e100, -1e101, std::nan(""), 2.5, 1e-300});
+    const auto same_bits = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
+    for (std::size_t t = 0; t < 2; ++t) {
+        for (std::size_t n : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{4},
+                              std::size_t{5}, std::size_t{9}, r.size()}) {
+            for (std::size_t from : {std::size_t{0}, r.size() - 9}) {
+                const std::size_t count = std::min(n, r.size() - from);
+                std::vector<double> cubes(count, -1.0), squares(count, -1.0);
+                cubic_knot_sums_many(state.rs[t].data(), state.as[t].data(), kAcklandPairKnots,
+                                     r.data() + from, count, cubes.data(), squares.data());
+                for (std::size_t b = 0; b < count; ++b) {
+                    double c = 0.0, q = 0.0;
+                    cubic_knot_sums(state.rs[t], state.as[t], r[from + b], c, q);
+                    EXPECT_TRUE(same_bits(cubes[b], c) && same_bits(squares[b], q))
+                        << "type " << t + 1 << " r " << r[from + b] << ": " << cubes[b] << " " << c;
+                }
+            }
+        }
+    }
+    // The densities of many bonds, as one at a time.
+    std::vector<double> rho(r.size()), drho(r.size());
+    knot_densities(state.ackland_rr[0], state.ackland_ar[0], r.data(),
+                   static_cast<int32_t>(r.size()), rho.data(), drho.data());
+    for (std::size_t b = 0; b < r.size(); ++b) {
+        const DensityValue one = ackland_density(state, 1, r[b]);
+        EXPECT_TRUE(same_bits(rho[b], one.rho) && same_bits(drho[b], one.drho)) << r[b];
     }
 }
 
