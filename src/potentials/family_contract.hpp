@@ -101,7 +101,7 @@ inline bool family_bond(const Engine& engine, const Family& family, int32_t idnu
 // the first atom that the capacity holds every bond; the count is checked again here all the
 // same, so that no bond past the capacity is ever read.
 template <PotentialFamily Family>
-int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
+[[gnu::noinline]] int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
     ForceFieldState& ff = engine.ff;
     BondList& bonds = ff.bonds;
     const int32_t idnum = family.idnum();
@@ -112,26 +112,44 @@ int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
 
     // The separations first; lengths and unit vectors for all bonds together after. Every
     // pair of the family is written to the next free slot and kept when within the cut-off,
-    // which spares a branch that the distances would make hard to predict.
+    // which spares a branch that the distances would make hard to predict. The arrays are
+    // read through local pointers: the compiler cannot tell that the stores into the bond list
+    // leave the vectors' own pointers alone, and would load them again for every entry.
+    const int32_t* nebour = ff.nebour.data();
+    const int32_t* pbctyp = ff.pbctyp.data();
+    const int32_t* specie = ff.specie.data();
+    const int32_t* anum = engine.atoms.anum.data();
+    const int32_t* potnum_i = &ff.potnum(si, 0);
+    const double* rx = ff.rx.data();
+    const double* ry = ff.ry.data();
+    const double* rz = ff.rz.data();
+    const double* xofset = &ff.xofset[kImageOffsetCentre];
+    const double* yofset = &ff.yofset[kImageOffsetCentre];
+    const double* zofset = &ff.zofset[kImageOffsetCentre];
+    int32_t* neb = bonds.neb.data();
+    int32_t* bndtyp = bonds.bndtyp.data();
+    double* bndlen = bonds.bndlen.data();
+    double* bndxnm = bonds.bndxnm.data();
+    double* bndynm = bonds.bndynm.data();
+    double* bndznm = bonds.bndznm.data();
     int32_t written = 0;
-    for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
-        const int32_t j = ff.nebour[k];
-        const int32_t sj = ff.specie[j];
-        if (ff.potnum(si, sj) != idnum)
+    for (int32_t k = ff.nebpnt[i], end = ff.nebpnt[i + 1]; k < end; ++k) {
+        const int32_t j = nebour[k];
+        const int32_t sj = specie[j];
+        if (potnum_i[sj] != idnum)
             continue;
-        const int32_t image = ff.pbctyp[k];
-        const double dx = ff.rx[j] - ff.xoffset(image) - xi;
-        const double dy = ff.ry[j] - ff.yoffset(image) - yi;
-        const double dz = ff.rz[j] - ff.zoffset(image) - zpos;
+        const int32_t image = pbctyp[k];
+        const double dx = rx[j] - xofset[image] - xi;
+        const double dy = ry[j] - yofset[image] - yi;
+        const double dz = rz[j] - zofset[image] - zpos;
         const double r2 = dx * dx + dy * dy + dz * dz;
-        const int32_t t = family.mapij(zi, engine.atoms.anum[sj]);
-        const auto b = static_cast<std::size_t>(written);
-        bonds.neb[b] = j;
-        bonds.bndlen[b] = r2;
-        bonds.bndxnm[b] = dx;
-        bonds.bndynm[b] = dy;
-        bonds.bndznm[b] = dz;
-        bonds.bndtyp[b] = t;
+        const int32_t t = family.mapij(zi, anum[sj]);
+        neb[written] = j;
+        bndlen[written] = r2;
+        bndxnm[written] = dx;
+        bndynm[written] = dy;
+        bndznm[written] = dz;
+        bndtyp[written] = t;
         bool kept = r2 < family.conrh2(t);
         if constexpr (reads_higher_neighbours_only<Family>())
             kept = kept && j > i;
