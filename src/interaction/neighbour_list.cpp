@@ -74,7 +74,9 @@ struct CellBounds {
 // first), with their positions and species, so that the search reads each neighbouring cell as
 // one contiguous run instead of chasing the chain through the whole atom arrays; and the box
 // around each cell's atoms, so that a cell that lies wholly out of range is passed over.
-// Occupied cell k (the k-th chain head) is the run start[k] .. start[k+1]-1.
+// Occupied cell k (the k-th chain head) is the run start[k] .. start[k+1]-1. Each run is
+// padded to a whole number of groups of four with entries that are never in range (atom -1 at
+// a position that is not a number), so that the range filter takes every run four at a time.
 struct PackedCells {
     std::vector<int32_t> start;
     std::vector<int32_t> atom;
@@ -84,7 +86,7 @@ struct PackedCells {
 
     PackedCells(const CellGrid& grid, const ForceFieldState& ff, int32_t atoms) {
         const std::size_t cells = grid.celhead.size();
-        const auto n = static_cast<std::size_t>(atoms);
+        const auto n = static_cast<std::size_t>(atoms) + 3 * cells;
         start.reserve(cells + 1);
         bounds.reserve(cells);
         atom.reserve(n);
@@ -93,6 +95,7 @@ struct PackedCells {
         z.reserve(n);
         specie.reserve(n);
         constexpr double inf = std::numeric_limits<double>::infinity();
+        constexpr double nan = std::numeric_limits<double>::quiet_NaN();
         for (int32_t head : grid.celhead) {
             start.push_back(static_cast<int32_t>(atom.size()));
             CellBounds b{inf, -inf, inf, -inf, inf, -inf};
@@ -105,6 +108,13 @@ struct PackedCells {
                 y.push_back(ff.ry[j]);
                 z.push_back(ff.rz[j]);
                 specie.push_back(ff.specie[j]);
+            }
+            while ((atom.size() - static_cast<std::size_t>(start.back())) % 4 != 0) {
+                atom.push_back(-1);
+                x.push_back(nan);
+                y.push_back(nan);
+                z.push_back(nan);
+                specie.push_back(0);
             }
             bounds.push_back(b);
         }
@@ -128,11 +138,12 @@ std::vector<int64_t> occupied_cell_numbers(const Engine& engine) {
     return numbers;
 }
 
-// Distance along one axis from the coordinate c to the span [lo - o, hi - o] of a shifted cell,
-// worked out with the same subtractions as the pair vectors: since rounding is monotonic, no
-// atom of the cell is nearer along that axis than the value returned.
-inline double gap_to_span(double c, double lo, double hi, double o) {
-    return std::max(0.0, std::max((lo - o) - c, c - (hi - o)));
+// Distance along one axis from the coordinate c to the span [lo, hi] of a cell's atoms shifted
+// by an image offset o (lo and hi already less o), worked out with the same subtractions as the
+// pair vectors: since rounding is monotonic, no atom of the cell is nearer along that axis than
+// the value returned.
+inline double gap_to_span(double c, double lo, double hi) {
+    return std::max(0.0, std::max(lo - c, c - hi));
 }
 
 // Makes room for at least `needed` slots in the list arrays (by half as much again, to keep the
@@ -265,6 +276,42 @@ struct CellNeighbourhood {
     }
 };
 
+// The occupied neighbouring cells of one home cell in visiting order, each with its run of
+// packed entries, image code and offset, and the box of its atoms shifted by that offset
+// (lo - o, hi - o along each axis), kept as arrays so that the boxes of all the cells are
+// tested against an atom in one pass.
+struct HomeNeighbourhood {
+    static constexpr int kCells = 27;
+    int64_t home = -1;
+    int count = 0;
+    int32_t first[kCells], end[kCells], image[kCells];
+    double ox[kCells], oy[kCells], oz[kCells];
+    double xlo[kCells], xhi[kCells], ylo[kCells], yhi[kCells], zlo[kCells], zhi[kCells];
+};
+
+// Neighbourhoods of recently seen home cells. Atoms that follow one another in the arrays are
+// often neighbours in space, so most atoms find their home cell's neighbourhood here and the
+// cell lookups are made once per cell rather than once per atom. Direct-mapped by cell number.
+class NeighbourhoodCache {
+  public:
+    static constexpr std::size_t kSlots = 64;
+
+    // The neighbourhood of home cell `home`, filled by fill(entry) when it is not held.
+    template <class Fill>
+    const HomeNeighbourhood& get(int64_t home, const Fill& fill) {
+        HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) % kSlots];
+        if (entry.home != home) {
+            entry.count = 0;
+            fill(entry);
+            entry.home = home;
+        }
+        return entry;
+    }
+
+  private:
+    std::vector<HomeNeighbourhood> slots_ = std::vector<HomeNeighbourhood>(kSlots);
+};
+
 // Fills nebpnt, nebour and pbctyp for atoms 0..mylt-1 from the packed cells, finding each
 // neighbouring cell through `index`.
 template <class CellIndex>
@@ -305,6 +352,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                           packed.specie.data()};
 
     const int64_t mxyz = grid.mxyz;
+    NeighbourhoodCache cache;
     for (int32_t i = 0; i < mylt; ++i) {
         ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(list.written);
         const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
@@ -315,45 +363,65 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                                   &radus2(ff.specie[i], 0),
                                   common2[static_cast<std::size_t>(ff.specie[i])]};
         const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
-        const CellNeighbourhood around(axes, home_cell(xi, grid.neb_westlim, grid.wx, grid.mx),
-                                       home_cell(yi, grid.neb_downlim, grid.wy, grid.my),
-                                       home_cell(zi, grid.neb_southlim, grid.wz, grid.mz), grid.my,
-                                       grid.mz);
-        if constexpr (CellIndex::kPrefetches) {
-            around.for_each_cell([&](int64_t cell) {
-                if (cell < mxyz)
-                    index.prefetch(cell);
-            });
-        }
-
-        // The cells in visiting order whose atoms' box comes within range.
-        CandidateRun runs[27];
-        int count = 0;
-        int64_t candidates = 0;
-        for (const AxisStep* sx = around.xs; sx != around.xs + around.nx; ++sx) {
-            for (const AxisStep* sy = around.ys; sy != around.ys + around.ny; ++sy) {
-                const int64_t column = (sx->cell * around.my + sy->cell) * around.mz;
-                for (const AxisStep* sz = around.zs; sz != around.zs + around.nz; ++sz) {
-                    const int64_t cell = column + sz->cell;
-                    if (cell >= mxyz)
-                        nrerror("NEBOUR_LIST: MNEB > MXYZ");
-                    const int32_t k = index.find(cell);
-                    if (k < 0)
-                        continue;
-                    const double ox = sx->offset, oy = sy->offset, oz = sz->offset;
-                    const CellBounds& b = bounds[k];
-                    const double gx = gap_to_span(xi, b.xlo, b.xhi, ox);
-                    const double gy = gap_to_span(yi, b.ylo, b.yhi, oy);
-                    const double gz = gap_to_span(zi, b.zlo, b.zhi, oz);
-                    // Written always and kept when within reach: whether a cell's box is in
-                    // reach changes from atom to atom, and a branch on it is often mispredicted.
-                    const bool reached = gx * gx + gy * gy + gz * gz < reach2_i;
-                    const int32_t image = sx->code + sy->code + sz->code;
-                    runs[count] = {start[k], start[k + 1], image, ox, oy, oz};
-                    count += reached ? 1 : 0;
-                    candidates += reached ? start[k + 1] - start[k] : 0;
+        const int32_t cx = home_cell(xi, grid.neb_westlim, grid.wx, grid.mx);
+        const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);
+        const int32_t cz = home_cell(zi, grid.neb_southlim, grid.wz, grid.mz);
+        const int64_t home = (cx * static_cast<int64_t>(grid.my) + cy) * grid.mz + cz;
+        const HomeNeighbourhood& near = cache.get(home, [&](HomeNeighbourhood& entry) {
+            const CellNeighbourhood around(axes, cx, cy, cz, grid.my, grid.mz);
+            if constexpr (CellIndex::kPrefetches) {
+                around.for_each_cell([&](int64_t cell) {
+                    if (cell < mxyz)
+                        index.prefetch(cell);
+                });
+            }
+            for (const AxisStep* sx = around.xs; sx != around.xs + around.nx; ++sx) {
+                for (const AxisStep* sy = around.ys; sy != around.ys + around.ny; ++sy) {
+                    const int64_t column = (sx->cell * around.my + sy->cell) * around.mz;
+                    for (const AxisStep* sz = around.zs; sz != around.zs + around.nz; ++sz) {
+                        const int64_t cell = column + sz->cell;
+                        if (cell >= mxyz)
+                            nrerror("NEBOUR_LIST: MNEB > MXYZ");
+                        const int32_t k = index.find(cell);
+                        if (k < 0)
+                            continue;
+                        const int c = entry.count++;
+                        const CellBounds& b = bounds[k];
+                        entry.first[c] = start[k];
+                        entry.end[c] = start[k + 1];
+                        entry.image[c] = sx->code + sy->code + sz->code;
+                        entry.ox[c] = sx->offset;
+                        entry.oy[c] = sy->offset;
+                        entry.oz[c] = sz->offset;
+                        entry.xlo[c] = b.xlo - sx->offset;
+                        entry.xhi[c] = b.xhi - sx->offset;
+                        entry.ylo[c] = b.ylo - sy->offset;
+                        entry.yhi[c] = b.yhi - sy->offset;
+                        entry.zlo[c] = b.zlo - sz->offset;
+                        entry.zhi[c] = b.zhi - sz->offset;
+                    }
                 }
             }
+        });
+
+        // The cells in visiting order whose atoms' box comes within range. Written always and
+        // kept when within reach: whether a cell's box is in reach changes from atom to atom,
+        // and a branch on it is often mispredicted.
+        bool reached[HomeNeighbourhood::kCells];
+        for (int c = 0; c < near.count; ++c) {
+            const double gx = gap_to_span(xi, near.xlo[c], near.xhi[c]);
+            const double gy = gap_to_span(yi, near.ylo[c], near.yhi[c]);
+            const double gz = gap_to_span(zi, near.zlo[c], near.zhi[c]);
+            reached[c] = gx * gx + gy * gy + gz * gz < reach2_i;
+        }
+        CandidateRun runs[HomeNeighbourhood::kCells];
+        int count = 0;
+        int64_t candidates = 0;
+        for (int c = 0; c < near.count; ++c) {
+            runs[count] = {near.first[c], near.end[c], near.image[c],
+                           near.ox[c],    near.oy[c],  near.oz[c]};
+            count += reached[c] ? 1 : 0;
+            candidates += reached[c] ? near.end[c] - near.first[c] : 0;
         }
         list.reserve(candidates);
         list.written =

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <random>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "common/fatal_error.hpp"
@@ -257,6 +259,116 @@ TEST(NeighbourList, StrictRadiusVisitingOrderAndIsolatedAtoms) {
     EXPECT_EQ(neighbours_of(6), std::vector<int32_t>());
     for (int32_t code : ff.pbctyp)
         EXPECT_EQ(code, 0);
+}
+
+// The list of every atom in the order the build must give it, walked directly: the 27 cells
+// around the atom's cell (x outermost, z innermost, wrapping with a shift on periodic axes),
+// each cell's atoms in decreasing index, every atom but i strictly within its pair radius.
+// Positions must lie in the region (folded already on periodic axes).
+std::vector<std::vector<std::pair<int32_t, int32_t>>> walked_lists(const pelix::Engine& engine) {
+    const auto& ff = engine.ff;
+    const auto& grid = engine.cells;
+    const int32_t cells[3] = {grid.mx, grid.my, grid.mz};
+    const double lower[3] = {grid.neb_westlim, grid.neb_downlim, grid.neb_southlim};
+    const double width[3] = {grid.wx, grid.wy, grid.wz};
+    const double length[3] = {grid.neb_lx, grid.neb_ly, grid.neb_lz};
+    const bool periodic[3] = {engine.config.pbcx == 1, engine.config.pbcy == 1,
+                              engine.config.pbcz == 1};
+    const auto cell_of = [&](int32_t i, int axis) {
+        const double c[3] = {ff.rx[i], ff.ry[i], ff.rz[i]};
+        const auto slice = static_cast<int32_t>(std::trunc((c[axis] - lower[axis]) / width[axis]));
+        return std::clamp(slice, 0, cells[axis] - 1);
+    };
+    const int32_t n = engine.atoms.mylt;
+    std::vector<std::vector<std::pair<int32_t, int32_t>>> lists(static_cast<std::size_t>(n));
+    for (int32_t i = 0; i < n; ++i) {
+        int32_t shifted[3][3], shift[3][3], steps[3] = {0, 0, 0};
+        for (int axis = 0; axis < 3; ++axis) {
+            for (int32_t d = -1; d <= 1; ++d) {
+                int32_t c = cell_of(i, axis) + d, s = 0;
+                if (c < 0 || c >= cells[axis]) {
+                    if (!periodic[axis])
+                        continue;
+                    s = c < 0 ? 1 : -1;
+                    c = c < 0 ? cells[axis] - 1 : 0;
+                }
+                shifted[axis][steps[axis]] = c;
+                shift[axis][steps[axis]++] = s;
+            }
+        }
+        for (int a = 0; a < steps[0]; ++a) {
+            for (int b = 0; b < steps[1]; ++b) {
+                for (int c = 0; c < steps[2]; ++c) {
+                    const double ox = shift[0][a] * length[0], oy = shift[1][b] * length[1],
+                                 oz = shift[2][c] * length[2];
+                    // Nearest entry to the centre: entries beyond the used ones are 0.
+                    int32_t code = 99;
+                    for (int32_t k = 0; k <= 26 && code == 99; ++k) {
+                        const int32_t m = k % 2 == 0 ? k / 2 : -(k + 1) / 2;
+                        if (ff.xoffset(m) == ox && ff.yoffset(m) == oy && ff.zoffset(m) == oz)
+                            code = m;
+                    }
+                    for (int32_t j = n - 1; j >= 0; --j) {
+                        if (j == i || cell_of(j, 0) != shifted[0][a] ||
+                            cell_of(j, 1) != shifted[1][b] || cell_of(j, 2) != shifted[2][c])
+                            continue;
+                        const double dx = ff.rx[j] - ox - ff.rx[i];
+                        const double dy = ff.ry[j] - oy - ff.ry[i];
+                        const double dz = ff.rz[j] - oz - ff.rz[i];
+                        if (dx * dx + dy * dy + dz * dz <
+                            engine.neighbours.radus2(ff.specie[i], ff.specie[j]))
+                            lists[static_cast<std::size_t>(i)].emplace_back(j, code);
+                    }
+                }
+            }
+        }
+    }
+    return lists;
+}
+
+// Several hundred cells, more than the build keeps neighbourhoods of, with the atoms numbered
+// along a lattice (neighbouring atoms share cells) and at random (they seldom do), two species
+// with different radii, and periodic and open axes: each atom's entries come in exactly the
+// order of the walk.
+TEST(NeighbourList, EntriesFollowCellVisitingOrderThenDecreasingIndex) {
+    std::mt19937_64 rng(7);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    for (const bool shuffled : {false, true}) {
+        for (const std::array<int32_t, 3> pbc : {std::array<int32_t, 3>{1, 1, 1}, {1, 0, 1}}) {
+            const double edge = 1.4;
+            const int sites = 16;
+            std::vector<TestAtom> atoms;
+            for (int a = 0; a < sites; ++a) {
+                for (int b = 0; b < sites; ++b) {
+                    for (int c = 0; c < sites; c += 2) {
+                        atoms.push_back({(a + 0.5 + 0.3 * (unit(rng) - 0.5)) * edge,
+                                         (b + 0.5 + 0.3 * (unit(rng) - 0.5)) * edge,
+                                         (c + 0.5 + 0.3 * (unit(rng) - 0.5)) * edge,
+                                         unit(rng) < 0.8 ? 0 : 1});
+                    }
+                }
+            }
+            if (shuffled)
+                std::shuffle(atoms.begin(), atoms.end(), rng);
+            const double box = sites * edge;
+            pelix::Engine engine;
+            prepare(engine, {box, box, box}, pbc, {190, 290}, atoms);
+            pelix::build_nebour_list(engine);
+            ASSERT_GT(engine.cells.mxyz, 128);
+            const auto walked = walked_lists(engine);
+            const auto& ff = engine.ff;
+            std::size_t total = 0;
+            for (int32_t i = 0; i < engine.atoms.mylt; ++i) {
+                std::vector<std::pair<int32_t, int32_t>> listed;
+                for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k)
+                    listed.emplace_back(ff.nebour[k], ff.pbctyp[k]);
+                ASSERT_EQ(listed, walked[static_cast<std::size_t>(i)])
+                    << "atom " << i << (shuffled ? " shuffled" : " in lattice order");
+                total += listed.size();
+            }
+            EXPECT_GT(total, 5u * atoms.size());
+        }
+    }
 }
 
 TEST(NeighbourList, OverflowsAreFatal) {
