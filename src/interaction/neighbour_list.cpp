@@ -296,10 +296,14 @@ class NeighbourhoodCache {
   public:
     static constexpr std::size_t kSlots = 64;
 
+    // As many slots as there are occupied cells, up to kSlots.
+    explicit NeighbourhoodCache(std::size_t occupied_cells)
+        : slots_(std::clamp<std::size_t>(occupied_cells, 1, kSlots)) {}
+
     // The neighbourhood of home cell `home`, filled by fill(entry) when it is not held.
     template <class Fill>
     const HomeNeighbourhood& get(int64_t home, const Fill& fill) {
-        HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) % kSlots];
+        HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) % slots_.size()];
         if (entry.home != home) {
             entry.count = 0;
             fill(entry);
@@ -309,7 +313,7 @@ class NeighbourhoodCache {
     }
 
   private:
-    std::vector<HomeNeighbourhood> slots_ = std::vector<HomeNeighbourhood>(kSlots);
+    std::vector<HomeNeighbourhood> slots_;
 };
 
 // Fills nebpnt, nebour and pbctyp for atoms 0..mylt-1 from the packed cells, finding each
@@ -352,7 +356,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                           packed.specie.data()};
 
     const int64_t mxyz = grid.mxyz;
-    NeighbourhoodCache cache;
+    NeighbourhoodCache cache(packed.bounds.size());
     for (int32_t i = 0; i < mylt; ++i) {
         ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(list.written);
         const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
