@@ -201,13 +201,20 @@ struct BuckbwFamily {
     // Flattened: the region functions are inlined into the loop over the bonds.
     [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) const {
         const BondList& bonds = engine.ff.bonds;
-        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
-            const int32_t j = bonds.neb[b];
+        const int32_t* neb = bonds.neb.data();
+        const int32_t* type = bonds.bndtyp.data();
+        const double* length = bonds.bndlen.data();
+        const double* ux = bonds.bndxnm.data();
+        const double* uy = bonds.bndynm.data();
+        const double* uz = bonds.bndznm.data();
+        const PairTermSink sink(engine);
+        for (int32_t b = bonds.datum[m], end = bonds.datum[m + 1]; b < end; ++b) {
+            const int32_t j = neb[b];
             if (!(j > i))
                 continue;
             double v = 0.0, g = 0.0;
-            bond_regions(state, bonds.bndtyp[b], bonds.bndlen[b], v, g);
-            add_pair_terms(engine, i, j, v, g, bonds.bndxnm[b], bonds.bndynm[b], bonds.bndznm[b]);
+            bond_regions(state, type[b], length[b], v, g);
+            sink.add(i, j, v, g, ux[b], uy[b], uz[b]);
         }
     }
 };

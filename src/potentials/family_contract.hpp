@@ -243,16 +243,41 @@ void evaluate_family(Engine& engine, Family& family) {
     bonds.release();
 }
 
-// Books one pair term of a pair family: half of the energy V to each atom, and the force
-// dV/dr along the unit vector (ux, uy, uz) from i to j on atom i, its opposite on atom j.
+// Where pair terms are booked: the force and energy arrays as plain pointers, taken once before
+// a loop over bonds (through the vectors, the compiler would load their pointers again after
+// every store, not knowing that the stores leave them alone).
+struct PairTermSink {
+    double* fx;
+    double* fy;
+    double* fz;
+    double* pe;
+
+    explicit PairTermSink(Engine& engine)
+        : fx(engine.ff.fx.data()),
+          fy(engine.ff.fy.data()),
+          fz(engine.ff.fz.data()),
+          pe(engine.atoms.pe.data()) {}
+
+    // Half of the energy V to each atom, and the force dV/dr along the unit vector (ux, uy, uz)
+    // from i to j on atom i, its opposite on atom j.
+    void add(int32_t i, int32_t j, double v, double dvdr, double ux, double uy, double uz) const {
+        const double half = 0.5 * v;
+        pe[i] += half;
+        pe[j] += half;
+        const double gx = dvdr * ux, gy = dvdr * uy, gz = dvdr * uz;
+        fx[i] += gx;
+        fy[i] += gy;
+        fz[i] += gz;
+        fx[j] -= gx;
+        fy[j] -= gy;
+        fz[j] -= gz;
+    }
+};
+
+// Books one pair term of a pair family (see PairTermSink::add).
 inline void add_pair_terms(Engine& engine, int32_t i, int32_t j, double v, double dvdr, double ux,
                            double uy, double uz) {
-    std::vector<double>& pe = engine.atoms.pe;
-    ForceFieldState& ff = engine.ff;
-    const double half = 0.5 * v;
-    pe[i] += half;
-    pe[j] += half;
-    ff.add_pair_force(i, j, dvdr, ux, uy, uz);
+    PairTermSink(engine).add(i, j, v, dvdr, ux, uy, uz);
 }
 
 }  // namespace pelix
