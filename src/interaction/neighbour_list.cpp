@@ -276,15 +276,69 @@ struct CellNeighbourhood {
     }
 };
 
+// How far an atom of each species must look into each cell: the largest squared pair radius
+// between that species and the species present in the cell. Most cells of a dilute alloy hold
+// only the host and a few solutes, so an atom passes over most cells of the longer-ranged pairs
+// of species the cell does not hold. Only a filter: every pair within its radius lies in a
+// cell that is reached. With many species the table would be large, and each species' largest
+// radius to any species serves for every cell.
+class CellReach {
+  public:
+    static constexpr int32_t kMostSpecies = 16;
+
+    CellReach(const PackedCells& packed, const SpeciesMatrix<double>& radus2) : species_(radus2.n) {
+        const auto n = static_cast<std::size_t>(species_);
+        const std::size_t cells = packed.bounds.size();
+        if (species_ > kMostSpecies || cells == 0) {
+            row_length_ = 0;
+            reach2_.assign(n, 0.0);
+            for (int32_t a = 0; a < species_; ++a) {
+                for (int32_t b = 0; b < species_; ++b)
+                    reach2_[static_cast<std::size_t>(a)] =
+                        std::max(reach2_[static_cast<std::size_t>(a)], radus2(a, b));
+            }
+            return;
+        }
+        row_length_ = species_;
+        reach2_.assign(cells * n, 0.0);
+        std::vector<bool> present(n);
+        for (std::size_t k = 0; k < cells; ++k) {
+            std::fill(present.begin(), present.end(), false);
+            for (int32_t m = packed.start[k]; m < packed.start[k + 1]; ++m) {
+                if (packed.atom[static_cast<std::size_t>(m)] >= 0)
+                    present[static_cast<std::size_t>(packed.specie[static_cast<std::size_t>(m)])] =
+                        true;
+            }
+            double* row = &reach2_[k * n];
+            for (int32_t a = 0; a < species_; ++a) {
+                for (int32_t b = 0; b < species_; ++b) {
+                    if (present[static_cast<std::size_t>(b)])
+                        row[a] = std::max(row[a], radus2(a, b));
+                }
+            }
+        }
+    }
+
+    // Start of the row of occupied cell k; an atom of species a reads entry row + a.
+    int64_t row(int32_t k) const { return static_cast<int64_t>(k) * row_length_; }
+    const double* data() const { return reach2_.data(); }
+
+  private:
+    int32_t species_;
+    int64_t row_length_ = 0;
+    std::vector<double> reach2_;
+};
+
 // The occupied neighbouring cells of one home cell in visiting order, each with its run of
-// packed entries, image code and offset, and the box of its atoms shifted by that offset
-// (lo - o, hi - o along each axis), kept as arrays so that the boxes of all the cells are
-// tested against an atom in one pass.
+// packed entries, image code and offset, the start of its row of reaches (CellReach), and the box
+// of its atoms shifted by that offset (lo - o, hi - o along each axis), kept as arrays so that the
+// boxes of all the cells are tested against an atom in one pass.
 struct HomeNeighbourhood {
     static constexpr int kCells = 27;
     int64_t home = -1;
     int count = 0;
     int32_t first[kCells], end[kCells], image[kCells];
+    int64_t reach_row[kCells];
     double ox[kCells], oy[kCells], oz[kCells];
     double xlo[kCells], xhi[kCells], ylo[kCells], yhi[kCells], zlo[kCells], zhi[kCells];
 };
@@ -334,14 +388,8 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
     const int32_t* start = packed.start.data();
     const CellBounds* bounds = packed.bounds.data();
     const SpeciesMatrix<double>& radus2 = engine.neighbours.radus2;
-    // Per species: the largest squared radius to any species.
-    std::vector<double> reach2(static_cast<std::size_t>(radus2.n), 0.0);
-    for (int32_t a = 0; a < radus2.n; ++a) {
-        for (int32_t b = 0; b < radus2.n; ++b)
-            reach2[static_cast<std::size_t>(a)] =
-                std::max(reach2[static_cast<std::size_t>(a)], radus2(a, b));
-    }
-
+    const CellReach reach(packed, radus2);
+    const double* reach2 = reach.data();
     // Per species: its squared radius to every species when they are all equal, else a NaN.
     std::vector<double> common2(static_cast<std::size_t>(radus2.n),
                                 std::numeric_limits<double>::quiet_NaN());
@@ -366,7 +414,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                                   zi,
                                   &radus2(ff.specie[i], 0),
                                   common2[static_cast<std::size_t>(ff.specie[i])]};
-        const double reach2_i = reach2[static_cast<std::size_t>(ff.specie[i])];
+        const int32_t si = ff.specie[i];
         const int32_t cx = home_cell(xi, grid.neb_westlim, grid.wx, grid.mx);
         const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);
         const int32_t cz = home_cell(zi, grid.neb_southlim, grid.wz, grid.mz);
@@ -394,6 +442,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                         entry.first[c] = start[k];
                         entry.end[c] = start[k + 1];
                         entry.image[c] = sx->code + sy->code + sz->code;
+                        entry.reach_row[c] = reach.row(k);
                         entry.ox[c] = sx->offset;
                         entry.oy[c] = sy->offset;
                         entry.oz[c] = sz->offset;
@@ -416,7 +465,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
             const double gx = gap_to_span(xi, near.xlo[c], near.xhi[c]);
             const double gy = gap_to_span(yi, near.ylo[c], near.yhi[c]);
             const double gz = gap_to_span(zi, near.zlo[c], near.zhi[c]);
-            reached[c] = gx * gx + gy * gy + gz * gz < reach2_i;
+            reached[c] = gx * gx + gy * gy + gz * gz < reach2[near.reach_row[c] + si];
         }
         CandidateRun runs[HomeNeighbourhood::kCells];
         int count = 0;
