@@ -337,9 +337,8 @@ struct HomeNeighbourhood {
     static constexpr int kCells = 27;
     int64_t home = -1;
     int count = 0;
-    int32_t first[kCells], end[kCells], image[kCells];
+    CandidateRun run[kCells];
     int64_t reach_row[kCells];
-    double ox[kCells], oy[kCells], oz[kCells];
     double xlo[kCells], xhi[kCells], ylo[kCells], yhi[kCells], zlo[kCells], zhi[kCells];
 };
 
@@ -439,13 +438,9 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                             continue;
                         const int c = entry.count++;
                         const CellBounds& b = bounds[k];
-                        entry.first[c] = start[k];
-                        entry.end[c] = start[k + 1];
-                        entry.image[c] = sx->code + sy->code + sz->code;
+                        entry.run[c] = {start[k],   start[k + 1], sx->code + sy->code + sz->code,
+                                        sx->offset, sy->offset,   sz->offset};
                         entry.reach_row[c] = reach.row(k);
-                        entry.ox[c] = sx->offset;
-                        entry.oy[c] = sy->offset;
-                        entry.oz[c] = sz->offset;
                         entry.xlo[c] = b.xlo - sx->offset;
                         entry.xhi[c] = b.xhi - sx->offset;
                         entry.ylo[c] = b.ylo - sy->offset;
@@ -467,18 +462,17 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
             const double gz = gap_to_span(zi, near.zlo[c], near.zhi[c]);
             reached[c] = gx * gx + gy * gy + gz * gz < reach2[near.reach_row[c] + si];
         }
-        CandidateRun runs[HomeNeighbourhood::kCells];
+        uint8_t chosen[HomeNeighbourhood::kCells];
         int count = 0;
         int64_t candidates = 0;
         for (int c = 0; c < near.count; ++c) {
-            runs[count] = {near.first[c], near.end[c], near.image[c],
-                           near.ox[c],    near.oy[c],  near.oz[c]};
+            chosen[count] = static_cast<uint8_t>(c);
             count += reached[c] ? 1 : 0;
-            candidates += reached[c] ? near.end[c] - near.first[c] : 0;
+            candidates += reached[c] ? near.run[c].end - near.run[c].first : 0;
         }
         list.reserve(candidates);
-        list.written =
-            append_within_range(view, runs, count, centre, list.nebour, list.pbctyp, list.written);
+        list.written = append_within_range(view, near.run, chosen, count, centre, list.nebour,
+                                           list.pbctyp, list.written);
         if (list.written > list.limit)
             nrerror("NEBOUR_LIST: LSTPNT > NLSTMX");
     }

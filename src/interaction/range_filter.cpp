@@ -26,10 +26,11 @@ inline int64_t test_one(const PackedView& p, int32_t m, const CandidateRun& run,
     return written + ((within && j != c.i) ? 1 : 0);
 }
 
-int64_t append_scalar(const PackedView& packed, const CandidateRun* runs, int count,
-                      const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp,
+int64_t append_scalar(const PackedView& packed, const CandidateRun* runs, const uint8_t* chosen,
+                      int count, const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp,
                       int64_t written) {
-    for (const CandidateRun* run = runs; run != runs + count; ++run) {
+    for (int c = 0; c < count; ++c) {
+        const CandidateRun* run = runs + chosen[c];
         for (int32_t m = run->first; m < run->end; ++m)
             written = test_one(packed, m, *run, centre, nebour, pbctyp, written);
     }
@@ -62,9 +63,10 @@ constexpr CompressTable kCompress{};
 // entries kept first, in order, and then whatever; the caller's room for every candidate of
 // the runs plus one covers them, since a group is only taken while four candidates remain.
 [[gnu::target("avx2,popcnt")]] int64_t append_avx2(const PackedView& packed,
-                                                   const CandidateRun* runs, int count,
-                                                   const FilterCentre& centre, int32_t* nebour,
-                                                   int32_t* pbctyp, int64_t written) {
+                                                   const CandidateRun* runs, const uint8_t* chosen,
+                                                   int count, const FilterCentre& centre,
+                                                   int32_t* nebour, int32_t* pbctyp,
+                                                   int64_t written) {
     const __m256d cx = _mm256_set1_pd(centre.x);
     const __m256d cy = _mm256_set1_pd(centre.y);
     const __m256d cz = _mm256_set1_pd(centre.z);
@@ -72,7 +74,8 @@ constexpr CompressTable kCompress{};
     const bool common = !std::isnan(centre.common_cutoff2);
     const __m256d common_cut = _mm256_set1_pd(centre.common_cutoff2);
     const __m256d all_lanes = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
-    for (const CandidateRun* run = runs; run != runs + count; ++run) {
+    for (int c = 0; c < count; ++c) {
+        const CandidateRun* run = runs + chosen[c];
         const __m256d ox = _mm256_set1_pd(run->ox);
         const __m256d oy = _mm256_set1_pd(run->oy);
         const __m256d oz = _mm256_set1_pd(run->oz);
@@ -120,14 +123,14 @@ bool range_filter_is_vectorised() {
 #endif
 }
 
-int64_t append_within_range(const PackedView& packed, const CandidateRun* runs, int count,
-                            const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp,
-                            int64_t written) {
+int64_t append_within_range(const PackedView& packed, const CandidateRun* runs,
+                            const uint8_t* chosen, int count, const FilterCentre& centre,
+                            int32_t* nebour, int32_t* pbctyp, int64_t written) {
 #if defined(PELIX_RANGE_FILTER_AVX2)
     if (range_filter_is_vectorised())
-        return append_avx2(packed, runs, count, centre, nebour, pbctyp, written);
+        return append_avx2(packed, runs, chosen, count, centre, nebour, pbctyp, written);
 #endif
-    return append_scalar(packed, runs, count, centre, nebour, pbctyp, written);
+    return append_scalar(packed, runs, chosen, count, centre, nebour, pbctyp, written);
 }
 
 }  // namespace pelix

@@ -35,13 +35,14 @@ struct FilterCentre {
     double common_cutoff2;
 };
 
-// Writes the atoms of `count` runs into nebour/pbctyp from slot `written` on, keeping those
+// Writes the atoms of `count` runs, runs[chosen[0]] .. runs[chosen[count-1]] in that order, into
+// nebour/pbctyp from slot `written` on, keeping those
 // strictly within range of the centre (the centre itself excepted), and returns the number of
 // entries written so far. The arrays need one slot beyond the entries kept plus the candidates
 // of the runs; slots past the returned count may be overwritten.
-int64_t append_within_range(const PackedView& packed, const CandidateRun* runs, int count,
-                            const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp,
-                            int64_t written);
+int64_t append_within_range(const PackedView& packed, const CandidateRun* runs,
+                            const uint8_t* chosen, int count, const FilterCentre& centre,
+                            int32_t* nebour, int32_t* pbctyp, int64_t written);
 
 // True when the vector form of the filter is used on this processor.
 bool range_filter_is_vectorised();

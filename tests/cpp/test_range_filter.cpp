@@ -2,6 +2,7 @@
 // same entries and give the same bits as a plain loop on every processor.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -21,13 +22,15 @@ struct Candidates {
     PackedView view() const { return {atom.data(), x.data(), y.data(), z.data(), specie.data()}; }
 };
 
-// The entries a plain loop keeps, in order: (atom, image) of every candidate strictly within
-// the centre's radius to its species, the centre itself excepted.
+// The entries a plain loop keeps over the chosen runs, in order: (atom, image) of every
+// candidate strictly within the centre's radius to its species, the centre itself excepted.
 std::vector<std::pair<int32_t, int32_t>> kept_by_plain_loop(const Candidates& c,
                                                             const std::vector<CandidateRun>& runs,
+                                                            const std::vector<uint8_t>& chosen,
                                                             const FilterCentre& centre) {
     std::vector<std::pair<int32_t, int32_t>> kept;
-    for (const CandidateRun& run : runs) {
+    for (const uint8_t index : chosen) {
+        const CandidateRun& run = runs[index];
         for (int32_t m = run.first; m < run.end; ++m) {
             const double dx = c.x[m] - run.ox - centre.x;
             const double dy = c.y[m] - run.oy - centre.y;
@@ -75,12 +78,18 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
                                   0.0,
                                   radii.data(),
                                   uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN()};
+        // Every run, or (odd trials) the runs after the first, last one first.
+        std::vector<uint8_t> chosen;
+        for (std::size_t r = trial % 2; r < runs.size(); ++r)
+            chosen.push_back(static_cast<uint8_t>(r));
+        if (trial % 2 == 1)
+            std::rotate(chosen.begin(), chosen.end() - 1, chosen.end());
         std::vector<int32_t> nebour(c.atom.size() + 1, -7), pbctyp(c.atom.size() + 1, -7);
-        const int64_t written =
-            append_within_range(c.view(), runs.data(), static_cast<int>(runs.size()), centre,
-                                nebour.data(), pbctyp.data(), 0);
+        const int64_t written = append_within_range(c.view(), runs.data(), chosen.data(),
+                                                    static_cast<int>(chosen.size()), centre,
+                                                    nebour.data(), pbctyp.data(), 0);
 
-        const auto expected = kept_by_plain_loop(c, runs, centre);
+        const auto expected = kept_by_plain_loop(c, runs, chosen, centre);
         ASSERT_EQ(written, static_cast<int64_t>(expected.size())) << "trial " << trial;
         for (std::size_t e = 0; e < expected.size(); ++e) {
             EXPECT_EQ(nebour[e], expected[e].first) << "trial " << trial << " entry " << e;
@@ -96,11 +105,12 @@ TEST(RangeFilter, NotANumberIsNeverWithinRange) {
                  {0, 0, 0, 0, 0},
                  {0, 0, 0, 0, 0}};
     const std::vector<CandidateRun> runs{{0, 5, 0, 0.0, 0.0, 0.0}};
+    const uint8_t chosen[] = {0};
     const double radius2 = 1.0;
     const FilterCentre centre{0, 0.0, 0.0, 0.0, &radius2, radius2};
     std::vector<int32_t> nebour(6), pbctyp(6);
-    const int64_t written =
-        append_within_range(c.view(), runs.data(), 1, centre, nebour.data(), pbctyp.data(), 0);
+    const int64_t written = append_within_range(c.view(), runs.data(), chosen, 1, centre,
+                                                nebour.data(), pbctyp.data(), 0);
     ASSERT_EQ(written, 4);
     EXPECT_EQ(std::vector<int32_t>(nebour.begin(), nebour.begin() + 4),
               (std::vector<int32_t>{1, 3, 4, 5}));
