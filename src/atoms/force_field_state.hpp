@@ -106,8 +106,8 @@ struct ForceFieldState {
     // Neighbour list: the neighbours of atom i are entries nebpnt[i] .. nebpnt[i+1]-1 of
     // nebour and pbctyp (image code -13..13).
     std::vector<int32_t> nebpnt;
-    std::vector<int32_t> nebour;
-    std::vector<int32_t> pbctyp;
+    ListArray<int32_t> nebour;
+    ListArray<int32_t> pbctyp;
     int32_t pbcflag = 1;  // 1 selects the folding cell list
 
     BondList bonds;

@@ -1,13 +1,75 @@
 #pragma once
-// Giving a per-call array's memory back. Assigning an empty brace list to a vector empties it
-// but keeps its capacity; swapping with a fresh vector frees it.
+// Giving a per-call array's memory back, and the allocator of the largest per-call arrays.
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <utility>
 #include <vector>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace pelix {
 
-template <class T>
-void release_memory(std::vector<T>& array) {
-    std::vector<T>().swap(array);
+// Assigning an empty brace list to a vector empties it but keeps its capacity; swapping with a
+// fresh vector frees it.
+template <class T, class Allocator>
+void release_memory(std::vector<T, Allocator>& array) {
+    std::vector<T, Allocator>().swap(array);
 }
+
+// Allocator of the neighbour-list arrays, which are filled slot by slot and read only where
+// written, and which are hundreds of megabytes for a million atoms, made afresh at every call:
+//  - growing leaves the new elements uninitialised (no pass that zeroes what is written next);
+//  - a block of 2 MiB or more is aligned to 2 MiB and offered to the kernel for transparent
+//    huge pages, so that touching it first costs one fault per 2 MiB instead of one per 4 kiB.
+template <class T>
+struct ListAllocator {
+    using value_type = T;
+    static constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+    ListAllocator() = default;
+    template <class U>
+    ListAllocator(const ListAllocator<U>&) noexcept {}
+
+    T* allocate(std::size_t n) {
+        if (n > static_cast<std::size_t>(-1) / sizeof(T))
+            throw std::bad_alloc();
+        const std::size_t bytes = n * sizeof(T);
+        if (bytes < kHugePage)
+            return static_cast<T*>(::operator new(bytes));
+        const std::size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+        void* block = std::aligned_alloc(kHugePage, rounded);
+        if (block == nullptr)
+            throw std::bad_alloc();
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+        madvise(block, rounded, MADV_HUGEPAGE);  // a hint: refused, the pages stay small
+#endif
+        return static_cast<T*>(block);
+    }
+    void deallocate(T* block, std::size_t n) noexcept {
+        if (n * sizeof(T) < kHugePage)
+            ::operator delete(block);
+        else
+            std::free(block);
+    }
+    // Value-less construction leaves the element as it is.
+    template <class U>
+    void construct(U* at) noexcept {
+        ::new (static_cast<void*>(at)) U;
+    }
+    template <class U, class... Args>
+    void construct(U* at, Args&&... args) {
+        ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
+    }
+
+    friend bool operator==(const ListAllocator&, const ListAllocator&) {
+        return true;
+    }
+};
+
+template <class T>
+using ListArray = std::vector<T, ListAllocator<T>>;
 
 }  // namespace pelix

@@ -101,7 +101,8 @@ TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
     pelix::ForceFieldState ff;
     pelix::duplication_of_atom_vars(ff, 2, {record(1, 0, 1), record(2, 0, 1)});
     ff.fx = ff.fy = ff.fz = ff.dpmtagathermax = ff.dpmtagathermin = {1.0, 2.0};
-    ff.nebpnt = ff.nebour = ff.pbctyp = ff.bonds.neb = ff.bonds.datum = {0, 1};
+    ff.nebpnt = ff.bonds.neb = ff.bonds.datum = {0, 1};
+    ff.nebour = ff.pbctyp = {0, 1};
     ff.bonds.bndlen = ff.bonds.cutfcn = {2.5};
     ff.potnum.assign(2, 1);
 

@@ -233,8 +233,10 @@ TEST(NeighbourList, OneCellPeriodicAxisGivesThreeImagesButNeverTheAtomItself) {
     ASSERT_EQ(engine.cells.mx, 1);
     EXPECT_EQ(ff.nebpnt, std::vector<int32_t>({0, 3, 6}));
     // Visiting order: the cell below (shift +1), the cell itself, the cell above (shift -1).
-    EXPECT_EQ(ff.nebour, std::vector<int32_t>({1, 1, 1, 0, 0, 0}));
-    EXPECT_EQ(ff.pbctyp, std::vector<int32_t>({1, 0, -1, 1, 0, -1}));
+    EXPECT_EQ(std::vector<int32_t>(ff.nebour.begin(), ff.nebour.end()),
+              std::vector<int32_t>({1, 1, 1, 0, 0, 0}));
+    EXPECT_EQ(std::vector<int32_t>(ff.pbctyp.begin(), ff.pbctyp.end()),
+              std::vector<int32_t>({1, 0, -1, 1, 0, -1}));
 }
 
 TEST(NeighbourList, StrictRadiusVisitingOrderAndIsolatedAtoms) {
