@@ -412,7 +412,8 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
                                   yi,
                                   zi,
                                   &radus2(ff.specie[i], 0),
-                                  common2[static_cast<std::size_t>(ff.specie[i])]};
+                                  common2[static_cast<std::size_t>(ff.specie[i])],
+                                  radus2.n};
         const int32_t si = ff.specie[i];
         const int32_t cx = home_cell(xi, grid.neb_westlim, grid.wx, grid.mx);
         const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);

@@ -74,6 +74,13 @@ constexpr CompressTable kCompress{};
     const bool common = !std::isnan(centre.common_cutoff2);
     const __m256d common_cut = _mm256_set1_pd(centre.common_cutoff2);
     const __m256d all_lanes = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+    // With up to four species the radii are held in a register and picked by lane, which is
+    // much cheaper than a gather from memory.
+    const bool in_register = !common && centre.species <= 4;
+    double radii[4] = {0.0, 0.0, 0.0, 0.0};
+    for (int32_t s = 0; s < centre.species && s < 4; ++s)
+        radii[s] = centre.cutoff2[s];
+    const __m256 radius_lanes = _mm256_castpd_ps(_mm256_loadu_pd(radii));
     for (int c = 0; c < count; ++c) {
         const CandidateRun* run = runs + chosen[c];
         const __m256d ox = _mm256_set1_pd(run->ox);
@@ -87,12 +94,22 @@ constexpr CompressTable kCompress{};
             const __m256d dz = _mm256_sub_pd(_mm256_sub_pd(_mm256_loadu_pd(packed.z + m), oz), cz);
             const __m256d r2 = _mm256_add_pd(
                 _mm256_add_pd(_mm256_mul_pd(dx, dx), _mm256_mul_pd(dy, dy)), _mm256_mul_pd(dz, dz));
-            const __m256d cut =
-                common ? common_cut
-                       : _mm256_mask_i32gather_pd(
-                             _mm256_setzero_pd(), centre.cutoff2,
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(packed.specie + m)),
-                             all_lanes, 8);
+            __m256d cut = common_cut;
+            if (!common) {
+                const __m128i specie =
+                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(packed.specie + m));
+                if (in_register) {
+                    // 32-bit lanes 2s and 2s + 1 of the radii hold the radius of species s.
+                    const __m256i twice = _mm256_slli_epi64(_mm256_cvtepi32_epi64(specie), 1);
+                    const __m256i lanes = _mm256_or_si256(
+                        twice,
+                        _mm256_slli_epi64(_mm256_add_epi64(twice, _mm256_set1_epi64x(1)), 32));
+                    cut = _mm256_castps_pd(_mm256_permutevar8x32_ps(radius_lanes, lanes));
+                } else {
+                    cut = _mm256_mask_i32gather_pd(_mm256_setzero_pd(), centre.cutoff2, specie,
+                                                   all_lanes, 8);
+                }
+            }
             const __m128i atoms =
                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(packed.atom + m));
             const int within = _mm256_movemask_pd(_mm256_cmp_pd(r2, cut, _CMP_LT_OQ));

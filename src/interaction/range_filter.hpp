@@ -26,13 +26,15 @@ struct PackedView {
     const int32_t* specie;
 };
 
-// Atom i as the filter sees it: its index and position, its squared pair radius to every
-// species, and, when that radius is the same for all species, the common value (else a NaN).
+// Atom i as the filter sees it: its index and position, its squared pair radius to each of the
+// `species` species, and, when that radius is the same for all species, the common value (else
+// a NaN).
 struct FilterCentre {
     int32_t i;
     double x, y, z;
     const double* cutoff2;
     double common_cutoff2;
+    int32_t species;
 };
 
 // Writes the atoms of `count` runs, runs[chosen[0]] .. runs[chosen[count-1]] in that order, into

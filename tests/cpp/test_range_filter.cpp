@@ -45,9 +45,12 @@ std::vector<std::pair<int32_t, int32_t>> kept_by_plain_loop(const Candidates& c,
 TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
     std::mt19937_64 rng(11);
     std::uniform_real_distribution<double> coordinate(-4.0, 4.0);
-    const std::vector<double> mixed{9.0, 4.0, 12.25};  // radius 3, 2, 3.5 by species
-    const std::vector<double> common{6.25, 6.25, 6.25};
+    // Radius 3, 2, 3.5 (and 1, 4) by species: three species, whose radii the vector form holds
+    // in a register, and five, which it gathers from memory.
+    const std::vector<double> mixed{9.0, 4.0, 12.25, 1.0, 16.0};
+    const std::vector<double> common{6.25, 6.25, 6.25, 6.25, 6.25};
     for (int trial = 0; trial < 200; ++trial) {
+        const int32_t species = trial % 4 < 2 ? 3 : 5;
         Candidates c;
         std::vector<CandidateRun> runs;
         // Runs of every length from 0 to 9, so that groups of four end at every remainder.
@@ -55,7 +58,7 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
             const auto first = static_cast<int32_t>(c.atom.size());
             for (int32_t k = 0; k < length; ++k) {
                 c.atom.push_back(static_cast<int32_t>(rng() % 40));
-                c.specie.push_back(static_cast<int32_t>(rng() % 3));
+                c.specie.push_back(static_cast<int32_t>(rng() % species));
                 c.x.push_back(coordinate(rng));
                 c.y.push_back(coordinate(rng));
                 c.z.push_back(coordinate(rng));
@@ -77,7 +80,8 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
                                   0.0,
                                   0.0,
                                   radii.data(),
-                                  uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN()};
+                                  uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN(),
+                                  species};
         // Every run, or (odd trials) the runs after the first, last one first.
         std::vector<uint8_t> chosen;
         for (std::size_t r = trial % 2; r < runs.size(); ++r)
@@ -107,7 +111,7 @@ TEST(RangeFilter, NotANumberIsNeverWithinRange) {
     const std::vector<CandidateRun> runs{{0, 5, 0, 0.0, 0.0, 0.0}};
     const uint8_t chosen[] = {0};
     const double radius2 = 1.0;
-    const FilterCentre centre{0, 0.0, 0.0, 0.0, &radius2, radius2};
+    const FilterCentre centre{0, 0.0, 0.0, 0.0, &radius2, radius2, 1};
     std::vector<int32_t> nebour(6), pbctyp(6);
     const int64_t written = append_within_range(c.view(), runs.data(), chosen, 1, centre,
                                                 nebour.data(), pbctyp.data(), 0);
