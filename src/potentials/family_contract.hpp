@@ -133,12 +133,11 @@ template <PotentialFamily Family>
     double* bndynm = bonds.bndynm.data();
     double* bndznm = bonds.bndznm.data();
     int32_t written = 0;
-    for (int32_t k = ff.nebpnt[i], end = ff.nebpnt[i + 1]; k < end; ++k) {
-        const int32_t j = nebour[k];
+    // Entry (j, image) into the next free slot, kept when it is a bond of the family.
+    const auto add_entry = [&](int32_t j, int32_t image) {
         const int32_t sj = specie[j];
         if (potnum_i[sj] != idnum)
-            continue;
-        const int32_t image = pbctyp[k];
+            return;
         const double dx = rx[j] - xofset[image] - xi;
         const double dy = ry[j] - yofset[image] - yi;
         const double dz = rz[j] - zofset[image] - zpos;
@@ -150,10 +149,24 @@ template <PotentialFamily Family>
         bndynm[written] = dy;
         bndznm[written] = dz;
         bndtyp[written] = t;
-        bool kept = r2 < family.conrh2(t);
-        if constexpr (reads_higher_neighbours_only<Family>())
-            kept = kept && j > i;
-        written += kept ? 1 : 0;
+        written += r2 < family.conrh2(t) ? 1 : 0;
+    };
+    const int32_t first = ff.nebpnt[i], end = ff.nebpnt[i + 1];
+    if constexpr (reads_higher_neighbours_only<Family>()) {
+        // The entries of higher index first, into the front of the bond list (the image in
+        // place of the type), then the bonds among them, each written at or before the slot it
+        // is read from.
+        int32_t higher = 0;
+        for (int32_t k = first; k < end; ++k) {
+            neb[higher] = nebour[k];
+            bndtyp[higher] = pbctyp[k];
+            higher += nebour[k] > i ? 1 : 0;
+        }
+        for (int32_t h = 0; h < higher; ++h)
+            add_entry(neb[h], bndtyp[h]);
+    } else {
+        for (int32_t k = first; k < end; ++k)
+            add_entry(nebour[k], pbctyp[k]);
     }
     bonds.nebtot += written;
     if (bonds.nebtot > bonds.intersize)
