@@ -159,9 +159,18 @@ inline DensityValue bond_density(const AcklandState& state, int32_t t, double r)
 }
 
 // Calls run(t, from, to) for each run of bonds from..to-1 of one pair type t. Only like elements
-// pair, so the bonds of an atom are one run.
+// pair, so the bonds of an atom are one run, which a test without early exit finds quickly.
 template <class Run>
 void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
+    if (n == 0)
+        return;
+    bool uniform = true;
+    for (int32_t k = 1; k < n; ++k)
+        uniform = uniform & (type[k] == type[0]);
+    if (uniform) {
+        run(type[0], 0, n);
+        return;
+    }
     for (int32_t from = 0; from < n;) {
         int32_t to = from + 1;
         while (to < n && type[to] == type[from])
