@@ -138,14 +138,6 @@ std::vector<int64_t> occupied_cell_numbers(const Engine& engine) {
     return numbers;
 }
 
-// Distance along one axis from the coordinate c to the span [lo, hi] of a cell's atoms shifted
-// by an image offset o (lo and hi already less o), worked out with the same subtractions as the
-// pair vectors: since rounding is monotonic, no atom of the cell is nearer along that axis than
-// the value returned.
-inline double gap_to_span(double c, double lo, double hi) {
-    return std::max(0.0, std::max(lo - c, c - hi));
-}
-
 // Makes room for at least `needed` slots in the list arrays (by half as much again, to keep the
 // number of moves small without doubling the largest arrays of the call) and returns the new
 // size.
@@ -339,7 +331,9 @@ struct HomeNeighbourhood {
     int count = 0;
     CandidateRun run[kCells];
     int64_t reach_row[kCells];
-    double xlo[kCells], xhi[kCells], ylo[kCells], yhi[kCells], zlo[kCells], zhi[kCells];
+    // Room for a whole number of groups of four.
+    static constexpr int kPadded = 28;
+    double xlo[kPadded], xhi[kPadded], ylo[kPadded], yhi[kPadded], zlo[kPadded], zhi[kPadded];
 };
 
 // Neighbourhoods of recently seen home cells. Atoms that follow one another in the arrays are
@@ -453,24 +447,17 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
             }
         });
 
-        // The cells in visiting order whose atoms' box comes within range. Written always and
-        // kept when within reach: whether a cell's box is in reach changes from atom to atom,
-        // and a branch on it is often mispredicted.
-        bool reached[HomeNeighbourhood::kCells];
-        for (int c = 0; c < near.count; ++c) {
-            const double gx = gap_to_span(xi, near.xlo[c], near.xhi[c]);
-            const double gy = gap_to_span(yi, near.ylo[c], near.yhi[c]);
-            const double gz = gap_to_span(zi, near.zlo[c], near.zhi[c]);
-            reached[c] = gx * gx + gy * gy + gz * gz < reach2[near.reach_row[c] + si];
-        }
+        // The cells in visiting order whose atoms' box comes within reach of the atom.
+        double reach_of[HomeNeighbourhood::kPadded] = {};
+        for (int c = 0; c < near.count; ++c)
+            reach_of[c] = reach2[near.reach_row[c] + si];
         uint8_t chosen[HomeNeighbourhood::kCells];
-        int count = 0;
+        const int count = choose_reached_cells(
+            {near.xlo, near.xhi, near.ylo, near.yhi, near.zlo, near.zhi, near.count}, reach_of, xi,
+            yi, zi, chosen);
         int64_t candidates = 0;
-        for (int c = 0; c < near.count; ++c) {
-            chosen[count] = static_cast<uint8_t>(c);
-            count += reached[c] ? 1 : 0;
-            candidates += reached[c] ? near.run[c].end - near.run[c].first : 0;
-        }
+        for (int c = 0; c < count; ++c)
+            candidates += near.run[chosen[c]].end - near.run[chosen[c]].first;
         list.reserve(candidates);
         list.written = append_within_range(view, near.run, chosen, count, centre, list.nebour,
                                            list.pbctyp, list.written);

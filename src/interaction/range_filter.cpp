@@ -1,5 +1,6 @@
 #include "interaction/range_filter.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -37,7 +38,57 @@ int64_t append_scalar(const PackedView& packed, const CandidateRun* runs, const 
     return written;
 }
 
+// Distance along one axis from c to the span [lo, hi] of a cell's atoms shifted by an image
+// offset, worked out with the same subtractions as the pair vectors: since rounding is
+// monotonic, no atom of the cell is nearer along that axis than the value returned.
+inline double gap_to_span(double c, double lo, double hi) {
+    return std::max(0.0, std::max(lo - c, c - hi));
+}
+
+int choose_scalar(const CellBoxes& b, const double* reach2, double x, double y, double z,
+                  uint8_t* chosen) {
+    int count = 0;
+    for (int c = 0; c < b.count; ++c) {
+        const double gx = gap_to_span(x, b.xlo[c], b.xhi[c]);
+        const double gy = gap_to_span(y, b.ylo[c], b.yhi[c]);
+        const double gz = gap_to_span(z, b.zlo[c], b.zhi[c]);
+        chosen[count] = static_cast<uint8_t>(c);
+        count += gx * gx + gy * gy + gz * gz < reach2[c] ? 1 : 0;
+    }
+    return count;
+}
+
 #if defined(PELIX_RANGE_FILTER_AVX2)
+
+// The gaps of four cells along one axis.
+[[gnu::target("avx2")]] inline __m256d gaps(const double* lo, const double* hi, __m256d p) {
+    return _mm256_max_pd(_mm256_setzero_pd(), _mm256_max_pd(_mm256_sub_pd(_mm256_loadu_pd(lo), p),
+                                                            _mm256_sub_pd(p, _mm256_loadu_pd(hi))));
+}
+
+// Four cells at a time. Where the gap is a number the vector maximum gives the same value as
+// the scalar one (up to the sign of a zero gap, which squaring removes); a point that is not a
+// number reaches no cell here, and it has no neighbour in any cell either.
+[[gnu::target("avx2,popcnt,bmi")]] int choose_avx2(const CellBoxes& b, const double* reach2,
+                                                   double x, double y, double z, uint8_t* chosen) {
+    const __m256d px = _mm256_set1_pd(x), py = _mm256_set1_pd(y), pz = _mm256_set1_pd(z);
+    uint32_t reached = 0;
+    for (int c = 0; c < b.count; c += 4) {
+        const __m256d gx = gaps(b.xlo + c, b.xhi + c, px);
+        const __m256d gy = gaps(b.ylo + c, b.yhi + c, py);
+        const __m256d gz = gaps(b.zlo + c, b.zhi + c, pz);
+        const __m256d g2 = _mm256_add_pd(
+            _mm256_add_pd(_mm256_mul_pd(gx, gx), _mm256_mul_pd(gy, gy)), _mm256_mul_pd(gz, gz));
+        const int within =
+            _mm256_movemask_pd(_mm256_cmp_pd(g2, _mm256_loadu_pd(reach2 + c), _CMP_LT_OQ));
+        reached |= static_cast<uint32_t>(within) << c;
+    }
+    reached &= b.count >= 32 ? ~0u : (1u << b.count) - 1u;
+    int count = 0;
+    for (; reached != 0; reached &= reached - 1)
+        chosen[count++] = static_cast<uint8_t>(__builtin_ctz(reached));
+    return count;
+}
 
 // Byte shuffles that move the 32-bit lanes selected by a 4-bit mask to the front, in order.
 struct CompressTable {
@@ -131,6 +182,15 @@ constexpr CompressTable kCompress{};
 #endif
 
 }  // namespace
+
+int choose_reached_cells(const CellBoxes& boxes, const double* reach2, double x, double y, double z,
+                         uint8_t* chosen) {
+#if defined(PELIX_RANGE_FILTER_AVX2)
+    if (range_filter_is_vectorised())
+        return choose_avx2(boxes, reach2, x, y, z, chosen);
+#endif
+    return choose_scalar(boxes, reach2, x, y, z, chosen);
+}
 
 bool range_filter_is_vectorised() {
 #if defined(PELIX_RANGE_FILTER_AVX2)

@@ -46,6 +46,25 @@ int64_t append_within_range(const PackedView& packed, const CandidateRun* runs,
                             const uint8_t* chosen, int count, const FilterCentre& centre,
                             int32_t* nebour, int32_t* pbctyp, int64_t written);
 
+// The boxes of the atoms of `count` cells (at most 32), each shifted by the image offset it is
+// seen through: arrays lo/hi per axis, each readable up to a whole number of groups of four.
+struct CellBoxes {
+    const double* xlo;
+    const double* xhi;
+    const double* ylo;
+    const double* yhi;
+    const double* zlo;
+    const double* zhi;
+    int count;
+};
+
+// The cells whose box comes strictly within the squared reach reach2[c] of the point (x, y, z),
+// by the gap along each axis max(0, lo - x, x - hi) (so that no atom of a cell passed over is
+// nearer); writes their numbers in order into `chosen` and returns how many. reach2 is read in
+// whole groups of four too.
+int choose_reached_cells(const CellBoxes& boxes, const double* reach2, double x, double y, double z,
+                         uint8_t* chosen);
+
 // True when the vector form of the filter is used on this processor.
 bool range_filter_is_vectorised();
 

@@ -120,6 +120,61 @@ TEST(RangeFilter, NotANumberIsNeverWithinRange) {
               (std::vector<int32_t>{1, 3, 4, 5}));
 }
 
+// Cells chosen by the gap from a point to their boxes, against the gaps worked out one by one:
+// every count of cells up to 28, points inside, outside and on the faces of boxes, and a cell
+// exactly at its reach (not chosen).
+TEST(RangeFilter, ChoosesTheCellsWhoseBoxComesWithinReach) {
+    std::mt19937_64 rng(3);
+    std::uniform_real_distribution<double> coordinate(-6.0, 6.0), size(0.0, 3.0), reach(0.0, 30.0);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int count = trial % 29;
+        std::vector<double> box[6], reach2(28, 0.0);
+        for (auto& side : box)
+            side.assign(28, 0.0);
+        for (int c = 0; c < count; ++c) {
+            for (int axis = 0; axis < 3; ++axis) {
+                box[2 * axis][static_cast<std::size_t>(c)] = coordinate(rng);
+                box[2 * axis + 1][static_cast<std::size_t>(c)] =
+                    box[2 * axis][static_cast<std::size_t>(c)] + size(rng);
+            }
+            reach2[static_cast<std::size_t>(c)] = reach(rng);
+        }
+        double point[3] = {coordinate(rng), coordinate(rng), coordinate(rng)};
+        if (count > 1 && trial % 3 == 0) {
+            // On a face of the first box, and exactly 2 from the second along x.
+            point[0] = 1.0;
+            point[1] = 0.5;
+            point[2] = -0.25;
+            box[0][0] = 1.0;
+            box[0][1] = 3.0;
+            box[1][1] = 3.5;
+            for (int axis = 1; axis < 3; ++axis) {
+                box[2 * axis][1] = point[axis] - 1.0;
+                box[2 * axis + 1][1] = point[axis] + 1.0;
+            }
+            reach2[1] = 4.0;
+        }
+        std::vector<uint8_t> expected;
+        for (int c = 0; c < count; ++c) {
+            double g2 = 0.0;
+            for (int axis = 0; axis < 3; ++axis) {
+                const double lo = box[2 * axis][static_cast<std::size_t>(c)];
+                const double hi = box[2 * axis + 1][static_cast<std::size_t>(c)];
+                const double g = point[axis] < lo ? lo - point[axis]
+                                                  : (point[axis] > hi ? point[axis] - hi : 0.0);
+                g2 += g * g;
+            }
+            if (g2 < reach2[static_cast<std::size_t>(c)])
+                expected.push_back(static_cast<uint8_t>(c));
+        }
+        uint8_t chosen[28];
+        const int got = choose_reached_cells({box[0].data(), box[1].data(), box[2].data(),
+                                              box[3].data(), box[4].data(), box[5].data(), count},
+                                             reach2.data(), point[0], point[1], point[2], chosen);
+        EXPECT_EQ(std::vector<uint8_t>(chosen, chosen + got), expected) << "trial " << trial;
+    }
+}
+
 TEST(BondGeometry, LengthsAndUnitVectorsHaveTheBitsOfOneAtATime) {
     std::mt19937_64 rng(5);
     std::uniform_real_distribution<double> component(-5.0, 5.0);
