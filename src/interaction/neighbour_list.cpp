@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -343,14 +344,16 @@ class NeighbourhoodCache {
   public:
     static constexpr std::size_t kSlots = 64;
 
-    // As many slots as there are occupied cells, up to kSlots.
+    // No more slots than occupied cells, up to kSlots, a power of two (the slot of a cell is
+    // its number masked).
     explicit NeighbourhoodCache(std::size_t occupied_cells)
-        : slots_(std::clamp<std::size_t>(occupied_cells, 1, kSlots)) {}
+        : slots_(std::bit_floor(std::clamp<std::size_t>(occupied_cells, 1, kSlots))),
+          mask_(slots_.size() - 1) {}
 
     // The neighbourhood of home cell `home`, filled by fill(entry) when it is not held.
     template <class Fill>
     const HomeNeighbourhood& get(int64_t home, const Fill& fill) {
-        HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) % slots_.size()];
+        HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) & mask_];
         if (entry.home != home) {
             entry.count = 0;
             fill(entry);
@@ -361,6 +364,7 @@ class NeighbourhoodCache {
 
   private:
     std::vector<HomeNeighbourhood> slots_;
+    std::size_t mask_;
 };
 
 // Fills nebpnt, nebour and pbctyp for atoms 0..mylt-1 from the packed cells, finding each
