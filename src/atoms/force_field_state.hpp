@@ -73,6 +73,19 @@ struct BondList {
     void release() { *this = BondList{}; }
 };
 
+// The force g along the unit vector (ux, uy, uz) added to atom i of the force arrays fx, fy, fz
+// and its opposite to atom j.
+inline void add_pair_force(double* fx, double* fy, double* fz, int32_t i, int32_t j, double g,
+                           double ux, double uy, double uz) {
+    const double gx = g * ux, gy = g * uy, gz = g * uz;
+    fx[i] += gx;
+    fy[i] += gy;
+    fz[i] += gz;
+    fx[j] -= gx;
+    fy[j] -= gy;
+    fz[j] -= gz;
+}
+
 // Number of image offset entries: indices -13..13 are stored at 13+n.
 inline constexpr int kImageOffsetCentre = 13;
 
@@ -91,13 +104,7 @@ struct ForceFieldState {
     // Adds the force g along the unit vector (ux, uy, uz) to atom i and its opposite to atom j:
     // the pair force bookkeeping shared by every pair, embedding and Coulomb term.
     void add_pair_force(int32_t i, int32_t j, double g, double ux, double uy, double uz) {
-        const double gx = g * ux, gy = g * uy, gz = g * uz;
-        fx[i] += gx;
-        fy[i] += gy;
-        fz[i] += gz;
-        fx[j] -= gx;
-        fy[j] -= gy;
-        fz[j] -= gz;
+        pelix::add_pair_force(fx.data(), fy.data(), fz.data(), i, j, g, ux, uy, uz);
     }
 
     // Potential number (1..num_pots) acting between two species.

@@ -201,20 +201,15 @@ struct BuckbwFamily {
     // Flattened: the region functions are inlined into the loop over the bonds.
     [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) const {
         const BondList& bonds = engine.ff.bonds;
-        const int32_t* neb = bonds.neb.data();
-        const int32_t* type = bonds.bndtyp.data();
-        const double* length = bonds.bndlen.data();
-        const double* ux = bonds.bndxnm.data();
-        const double* uy = bonds.bndynm.data();
-        const double* uz = bonds.bndznm.data();
+        const BondView bond(bonds);
         const PairTermSink sink(engine);
         for (int32_t b = bonds.datum[m], end = bonds.datum[m + 1]; b < end; ++b) {
-            const int32_t j = neb[b];
+            const int32_t j = bond.neb[b];
             if (!(j > i))
                 continue;
             double v = 0.0, g = 0.0;
-            bond_regions(state, type[b], length[b], v, g);
-            sink.add(i, j, v, g, ux[b], uy[b], uz[b]);
+            bond_regions(state, bond.type[b], bond.length[b], v, g);
+            sink.add(i, j, v, g, bond.ux[b], bond.uy[b], bond.uz[b]);
         }
     }
 };

@@ -68,12 +68,10 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
         return;
     scratch.fit(static_cast<std::size_t>(last - first));
 
-    const int32_t* neb = bonds.neb.data();
-    const int32_t* type = bonds.bndtyp.data();
-    const double* length = bonds.bndlen.data();
-    const double* ux = bonds.bndxnm.data();
-    const double* uy = bonds.bndynm.data();
-    const double* uz = bonds.bndznm.data();
+    const BondView bond(bonds);
+    const int32_t* neb = bond.neb;
+    const int32_t* type = bond.type;
+    const double* length = bond.length;
     int32_t* higher = scratch.higher.data();
     double* value = scratch.value.data();
     double* slope = scratch.slope.data();
@@ -85,7 +83,7 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
     double fxi = fx[i], fyi = fy[i], fzi = fz[i], pei = pe[i];
     // The force g along bond b's unit vector to atom i, its opposite to neighbour j.
     const auto add_bond_force = [&](int32_t b, int32_t j, double g) {
-        const double gx = g * ux[b], gy = g * uy[b], gz = g * uz[b];
+        const double gx = g * bond.ux[b], gy = g * bond.uy[b], gz = g * bond.uz[b];
         fxi += gx;
         fyi += gy;
         fzi += gz;

@@ -277,14 +277,26 @@ struct PairTermSink {
         const double half = 0.5 * v;
         pe[i] += half;
         pe[j] += half;
-        const double gx = dvdr * ux, gy = dvdr * uy, gz = dvdr * uz;
-        fx[i] += gx;
-        fy[i] += gy;
-        fz[i] += gz;
-        fx[j] -= gx;
-        fy[j] -= gy;
-        fz[j] -= gz;
+        add_pair_force(fx, fy, fz, i, j, dvdr, ux, uy, uz);
     }
+};
+
+// The arrays of the bond list read by an interaction, as plain pointers (see PairTermSink).
+struct BondView {
+    const int32_t* neb;
+    const int32_t* type;
+    const double* length;
+    const double* ux;
+    const double* uy;
+    const double* uz;
+
+    explicit BondView(const BondList& bonds)
+        : neb(bonds.neb.data()),
+          type(bonds.bndtyp.data()),
+          length(bonds.bndlen.data()),
+          ux(bonds.bndxnm.data()),
+          uy(bonds.bndynm.data()),
+          uz(bonds.bndznm.data()) {}
 };
 
 // Books one pair term of a pair family (see PairTermSink::add).
