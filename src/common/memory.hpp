@@ -6,10 +6,6 @@
 #include <utility>
 #include <vector>
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
-
 namespace pelix {
 
 // Assigning an empty brace list to a vector empties it but keeps its capacity; swapping with a
@@ -19,11 +15,18 @@ void release_memory(std::vector<T, Allocator>& array) {
     std::vector<T, Allocator>().swap(array);
 }
 
+// A block of at least `bytes` (a whole number of 2 MiB pages) aligned to 2 MiB, mapped from
+// the kernel on its own, so that it can take transparent huge pages whatever the C library's
+// allocator does with its heap; and its release.
+void* map_huge(std::size_t bytes);
+void unmap_huge(void* block, std::size_t bytes) noexcept;
+
 // Allocator of the neighbour-list arrays, which are filled slot by slot and read only where
 // written, and which are hundreds of megabytes for a million atoms, made afresh at every call:
 //  - growing leaves the new elements uninitialised (no pass that zeroes what is written next);
-//  - a block of 2 MiB or more is aligned to 2 MiB and offered to the kernel for transparent
-//    huge pages, so that touching it first costs one fault per 2 MiB instead of one per 4 kiB.
+//  - a block of 2 MiB or more is mapped on its own (map_huge) and offered to the kernel for
+//    transparent huge pages, so that touching it first costs one fault per 2 MiB instead of
+//    one per 4 kiB.
 template <class T>
 struct ListAllocator {
     using value_type = T;
@@ -39,20 +42,13 @@ struct ListAllocator {
         const std::size_t bytes = n * sizeof(T);
         if (bytes < kHugePage)
             return static_cast<T*>(::operator new(bytes));
-        const std::size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
-        void* block = std::aligned_alloc(kHugePage, rounded);
-        if (block == nullptr)
-            throw std::bad_alloc();
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-        madvise(block, rounded, MADV_HUGEPAGE);  // a hint: refused, the pages stay small
-#endif
-        return static_cast<T*>(block);
+        return static_cast<T*>(map_huge(bytes));
     }
     void deallocate(T* block, std::size_t n) noexcept {
         if (n * sizeof(T) < kHugePage)
             ::operator delete(block);
         else
-            std::free(block);
+            unmap_huge(block, n * sizeof(T));
     }
     // Value-less construction leaves the element as it is.
     template <class U>
@@ -64,9 +60,7 @@ struct ListAllocator {
         ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
     }
 
-    friend bool operator==(const ListAllocator&, const ListAllocator&) {
-        return true;
-    }
+    friend bool operator==(const ListAllocator&, const ListAllocator&) { return true; }
 };
 
 template <class T>
