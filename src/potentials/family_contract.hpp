@@ -94,6 +94,38 @@ inline bool family_bond(const Engine& engine, const Family& family, int32_t idnu
     return r2 < family.conrh2(t);
 }
 
+// The pair type and squared cut-off of every ordered species pair for one family, worked out
+// the first time the list gives the pair and kept for the rest of the evaluation: the family is
+// asked (and may refuse the pair, which stops the run) exactly where the list first gives it.
+// A pair that "potfor.IN" gives to another potential is kNotBonded.
+struct FamilyPairTable {
+    static constexpr int32_t kUnknown = std::numeric_limits<int32_t>::min();
+    static constexpr int32_t kNotBonded = kUnknown + 1;
+
+    int32_t species;
+    std::vector<int32_t> type;
+    std::vector<double> cutoff2;
+
+    explicit FamilyPairTable(int32_t count)
+        : species(count),
+          type(static_cast<std::size_t>(count) * static_cast<std::size_t>(count), kUnknown),
+          cutoff2(type.size(), 0.0) {}
+
+    // Fills the entry of species a with species b.
+    template <class Family>
+    void learn(const Engine& engine, const Family& family, int32_t a, int32_t b) {
+        const std::size_t slot = static_cast<std::size_t>(a) * species + b;
+        if (engine.ff.potnum(a, b) != family.idnum()) {
+            type[slot] = kNotBonded;
+            return;
+        }
+        const std::vector<int32_t>& anum = engine.atoms.anum;
+        const int32_t t = family.mapij(anum[a], anum[b]);
+        cutoff2[slot] = family.conrh2(t);
+        type[slot] = t;
+    }
+};
+
 // Writes the bonds of atom i into the bond list, from its first slot on, and returns their
 // number: every neighbour that "potfor.IN" gives to the family and that lies strictly within
 // the cut-off of its pair type (of higher index only, for a family that reads no others). The
@@ -101,12 +133,11 @@ inline bool family_bond(const Engine& engine, const Family& family, int32_t idnu
 // the first atom that the capacity holds every bond; the count is checked again here all the
 // same, so that no bond past the capacity is ever read.
 template <PotentialFamily Family>
-[[gnu::noinline]] int32_t build_family_bonds(Engine& engine, const Family& family, int32_t i) {
+[[gnu::noinline]] int32_t build_family_bonds(Engine& engine, const Family& family,
+                                             FamilyPairTable& pairs, int32_t i) {
     ForceFieldState& ff = engine.ff;
     BondList& bonds = ff.bonds;
-    const int32_t idnum = family.idnum();
     const int32_t si = ff.specie[i];
-    const int32_t zi = engine.atoms.anum[si];
     const double xi = ff.rx[i], yi = ff.ry[i], zpos = ff.rz[i];
     bonds.make_room(ff.nebpnt[i + 1] - ff.nebpnt[i]);
 
@@ -118,8 +149,9 @@ template <PotentialFamily Family>
     const int32_t* nebour = ff.nebour.data();
     const int32_t* pbctyp = ff.pbctyp.data();
     const int32_t* specie = ff.specie.data();
-    const int32_t* anum = engine.atoms.anum.data();
-    const int32_t* potnum_i = &ff.potnum(si, 0);
+    const std::size_t row = static_cast<std::size_t>(si) * pairs.species;
+    const int32_t* type_i = pairs.type.data() + row;
+    const double* cutoff2_i = pairs.cutoff2.data() + row;
     const double* rx = ff.rx.data();
     const double* ry = ff.ry.data();
     const double* rz = ff.rz.data();
@@ -136,20 +168,22 @@ template <PotentialFamily Family>
     // Entry (j, image) into the next free slot, kept when it is a bond of the family.
     const auto add_entry = [&](int32_t j, int32_t image) {
         const int32_t sj = specie[j];
-        if (potnum_i[sj] != idnum)
+        if (type_i[sj] == FamilyPairTable::kUnknown) [[unlikely]]
+            pairs.learn(engine, family, si, sj);
+        const int32_t t = type_i[sj];
+        if (t == FamilyPairTable::kNotBonded)
             return;
         const double dx = rx[j] - xofset[image] - xi;
         const double dy = ry[j] - yofset[image] - yi;
         const double dz = rz[j] - zofset[image] - zpos;
         const double r2 = dx * dx + dy * dy + dz * dz;
-        const int32_t t = family.mapij(zi, anum[sj]);
         neb[written] = j;
         bndlen[written] = r2;
         bndxnm[written] = dx;
         bndynm[written] = dy;
         bndznm[written] = dz;
         bndtyp[written] = t;
-        written += r2 < family.conrh2(t) ? 1 : 0;
+        written += r2 < cutoff2_i[sj] ? 1 : 0;
     };
     const int32_t first = ff.nebpnt[i], end = ff.nebpnt[i + 1];
     if constexpr (reads_higher_neighbours_only<Family>()) {
@@ -246,10 +280,11 @@ void evaluate_family(Engine& engine, Family& family) {
     for (int32_t m = 0; m < n; ++m)
         bonds.lstindx[selected[m]] = m;
 
+    FamilyPairTable pairs(ff.potnum.n);
     for (int32_t m = 0; m < n; ++m) {
         const int32_t i = selected[m];
         bonds.datum[m] = 0;
-        bonds.datum[m + 1] = build_family_bonds(engine, family, i);
+        bonds.datum[m + 1] = build_family_bonds(engine, family, pairs, i);
         family.interact(engine, m, i);
     }
 
