@@ -1,7 +1,6 @@
 #pragma once
 // Giving a per-call array's memory back, and the allocator of the largest per-call arrays.
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <utility>
 #include <vector>

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/cpu_features.hpp"
+
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #define PELIX_RANGE_FILTER_AVX2 1
@@ -194,7 +196,7 @@ int choose_reached_cells(const CellBoxes& boxes, const double* reach2, double x,
 
 bool range_filter_is_vectorised() {
 #if defined(PELIX_RANGE_FILTER_AVX2)
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+    return cpu_has_avx2();
 #else
     return false;
 #endif

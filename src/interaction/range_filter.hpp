@@ -38,10 +38,10 @@ struct FilterCentre {
 };
 
 // Writes the atoms of `count` runs, runs[chosen[0]] .. runs[chosen[count-1]] in that order, into
-// nebour/pbctyp from slot `written` on, keeping those
-// strictly within range of the centre (the centre itself excepted), and returns the number of
-// entries written so far. The arrays need one slot beyond the entries kept plus the candidates
-// of the runs; slots past the returned count may be overwritten.
+// nebour/pbctyp from slot `written` on, keeping those strictly within range of the centre (the
+// centre itself excepted), and returns the number of entries written so far. The arrays need one
+// slot beyond the entries kept plus the candidates of the runs; slots past the returned count may
+// be overwritten.
 int64_t append_within_range(const PackedView& packed, const CandidateRun* runs,
                             const uint8_t* chosen, int count, const FilterCentre& centre,
                             int32_t* nebour, int32_t* pbctyp, int64_t written);

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "common/cpu_features.hpp"
+
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #define PELIX_BOND_GEOMETRY_AVX 1
@@ -59,7 +61,7 @@ void normalise_bonds(BondList& bonds, int32_t count) {
     double* uy = bonds.bndynm.data();
     double* uz = bonds.bndznm.data();
 #if defined(PELIX_BOND_GEOMETRY_AVX)
-    if (__builtin_cpu_supports("avx"))
+    if (cpu_has_avx())
         normalise_avx(len, ux, uy, uz, count);
     else
         normalise_sse2(len, ux, uy, uz, count);

@@ -1,5 +1,7 @@
 #include "potentials/knot_sums.hpp"
 
+#include "common/cpu_features.hpp"
+
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #define PELIX_KNOT_SUMS_AVX 1
@@ -49,11 +51,6 @@ void sums_scalar(const double* knots, const double* coefficients, std::size_t n,
     }
     sums_scalar(knots, coefficients, n, r, b, count, cubes, squares);
 }
-
-bool has_avx() {
-    static const bool supported = __builtin_cpu_supports("avx");
-    return supported;
-}
 #endif
 
 }  // namespace
@@ -61,7 +58,7 @@ bool has_avx() {
 void cubic_knot_sums_many(const double* knots, const double* coefficients, std::size_t n,
                           const double* r, std::size_t count, double* cubes, double* squares) {
 #if defined(PELIX_KNOT_SUMS_AVX)
-    if (has_avx()) {
+    if (cpu_has_avx()) {
         sums_avx(knots, coefficients, n, r, count, cubes, squares);
         return;
     }
