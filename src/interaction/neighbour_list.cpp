@@ -335,6 +335,22 @@ struct HomeNeighbourhood {
     // Room for a whole number of groups of four.
     static constexpr int kPadded = 28;
     double xlo[kPadded], xhi[kPadded], ylo[kPadded], yhi[kPadded], zlo[kPadded], zhi[kPadded];
+    // Squared reach of every cell towards the last species searched from here, -1 when none
+    // was; the padding is never reached.
+    int32_t reach_species = -1;
+    double reach_of[kPadded];
+
+    // Makes reach_of hold the reach of every cell towards species si, from the rows of the
+    // cell reach table `reach2`. Atoms that follow one another mostly share their species.
+    void reach_towards(int32_t si, const double* reach2) {
+        if (reach_species == si)
+            return;
+        for (int c = 0; c < count; ++c)
+            reach_of[c] = reach2[reach_row[c] + si];
+        for (int c = count; c < kPadded; ++c)
+            reach_of[c] = 0.0;
+        reach_species = si;
+    }
 };
 
 // Neighbourhoods of recently seen home cells. Atoms that follow one another in the arrays are
@@ -352,10 +368,11 @@ class NeighbourhoodCache {
 
     // The neighbourhood of home cell `home`, filled by fill(entry) when it is not held.
     template <class Fill>
-    const HomeNeighbourhood& get(int64_t home, const Fill& fill) {
+    HomeNeighbourhood& get(int64_t home, const Fill& fill) {
         HomeNeighbourhood& entry = slots_[static_cast<std::size_t>(home) & mask_];
         if (entry.home != home) {
             entry.count = 0;
+            entry.reach_species = -1;
             fill(entry);
             entry.home = home;
         }
@@ -417,7 +434,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
         const int32_t cy = home_cell(yi, grid.neb_downlim, grid.wy, grid.my);
         const int32_t cz = home_cell(zi, grid.neb_southlim, grid.wz, grid.mz);
         const int64_t home = (cx * static_cast<int64_t>(grid.my) + cy) * grid.mz + cz;
-        const HomeNeighbourhood& near = cache.get(home, [&](HomeNeighbourhood& entry) {
+        HomeNeighbourhood& near = cache.get(home, [&](HomeNeighbourhood& entry) {
             const CellNeighbourhood around(axes, cx, cy, cz, grid.my, grid.mz);
             if constexpr (CellIndex::kPrefetches) {
                 around.for_each_cell([&](int64_t cell) {
@@ -452,13 +469,11 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
         });
 
         // The cells in visiting order whose atoms' box comes within reach of the atom.
-        double reach_of[HomeNeighbourhood::kPadded] = {};
-        for (int c = 0; c < near.count; ++c)
-            reach_of[c] = reach2[near.reach_row[c] + si];
+        near.reach_towards(si, reach2);
         uint8_t chosen[HomeNeighbourhood::kCells];
         const int count = choose_reached_cells(
-            {near.xlo, near.xhi, near.ylo, near.yhi, near.zlo, near.zhi, near.count}, reach_of, xi,
-            yi, zi, chosen);
+            {near.xlo, near.xhi, near.ylo, near.yhi, near.zlo, near.zhi, near.count}, near.reach_of,
+            xi, yi, zi, chosen);
         int64_t candidates = 0;
         for (int c = 0; c < count; ++c)
             candidates += near.run[chosen[c]].end - near.run[chosen[c]].first;
