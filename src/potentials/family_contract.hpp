@@ -126,6 +126,102 @@ struct FamilyPairTable {
     }
 };
 
+// The periodic image offsets of the shared state side by side, x, y and z of an image in one
+// cache line, so that the bond-list build reaches them through one pointer instead of three.
+struct ImageOffsets {
+    static constexpr int kImages = 2 * kImageOffsetCentre + 1;
+    alignas(32) double xyz[4 * kImages];
+
+    explicit ImageOffsets(const ForceFieldState& ff) {
+        for (int n = 0; n < kImages; ++n) {
+            xyz[4 * n] = ff.xofset[static_cast<std::size_t>(n)];
+            xyz[4 * n + 1] = ff.yofset[static_cast<std::size_t>(n)];
+            xyz[4 * n + 2] = ff.zofset[static_cast<std::size_t>(n)];
+            xyz[4 * n + 3] = 0.0;
+        }
+    }
+    // Offsets of image code n (-13..13).
+    const double* centred() const { return xyz + 4 * kImageOffsetCentre; }
+};
+
+// The arrays that the bond-list build of one atom reads and writes, as plain pointers: the
+// compiler cannot tell that the stores into the bond list leave the vectors' own pointers
+// alone, and would load them again for every entry.
+struct BondBuild {
+    const int32_t* specie;
+    const double* rx;
+    const double* ry;
+    const double* rz;
+    const double* offset;     // image offsets, x, y, z and a blank per image (see ImageOffsets)
+    const int32_t* type_i;    // pair type of atom i's species with each species
+    const double* cutoff2_i;  // squared cut-off of atom i's species with each species
+    double xi, yi, zi;
+    int32_t* neb;
+    int32_t* bndtyp;
+    double* bndlen;
+    double* bndxnm;
+    double* bndynm;
+    double* bndznm;
+
+    // Writes entry (j, image) into slot `written` and returns the next free slot: the same when
+    // the pair is beyond the cut-off of its type. Every pair is written, which spares a branch
+    // that the distances would make hard to predict.
+    int32_t write(int32_t written, int32_t j, int32_t image, int32_t t, int32_t sj) const {
+        const double* shift = offset + 4 * image;
+        const double dx = rx[j] - shift[0] - xi;
+        const double dy = ry[j] - shift[1] - yi;
+        const double dz = rz[j] - shift[2] - zi;
+        const double r2 = dx * dx + dy * dy + dz * dz;
+        neb[written] = j;
+        bndlen[written] = r2;
+        bndxnm[written] = dx;
+        bndynm[written] = dy;
+        bndznm[written] = dz;
+        bndtyp[written] = t;
+        return written + (r2 < cutoff2_i[sj] ? 1 : 0);
+    }
+};
+
+// The bonds among `count` entries (neighbour, image) with every pair of species already known
+// to the pair table; -1 when an entry gives a pair not yet asked of the family. No call in the
+// loop, so that its pointers stay in registers.
+inline int32_t write_known_bonds(const BondBuild& build, const int32_t* neighbour,
+                                 const int32_t* image, int32_t count) {
+    int32_t written = 0;
+    bool unknown = false;
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t j = neighbour[k];
+        const int32_t sj = build.specie[j];
+        const int32_t t = build.type_i[sj];
+        if (t < 0) [[unlikely]] {
+            unknown = unknown || t == FamilyPairTable::kUnknown;
+            continue;  // a pair of another potential
+        }
+        written = build.write(written, j, image[k], t, sj);
+    }
+    return unknown ? -1 : written;
+}
+
+// The same, asking the family for the type of each species pair where the list first gives it
+// (a refused pair stops the run there).
+template <PotentialFamily Family>
+[[gnu::noinline]] int32_t write_bonds_learning(Engine& engine, const Family& family,
+                                               FamilyPairTable& pairs, int32_t si,
+                                               const BondBuild& build, const int32_t* neighbour,
+                                               const int32_t* image, int32_t count) {
+    int32_t written = 0;
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t j = neighbour[k];
+        const int32_t sj = build.specie[j];
+        if (build.type_i[sj] == FamilyPairTable::kUnknown)
+            pairs.learn(engine, family, si, sj);
+        const int32_t t = build.type_i[sj];
+        if (t != FamilyPairTable::kNotBonded)
+            written = build.write(written, j, image[k], t, sj);
+    }
+    return written;
+}
+
 // Writes the bonds of atom i into the bond list, from its first slot on, and returns their
 // number: every neighbour that "potfor.IN" gives to the family and that lies strictly within
 // the cut-off of its pair type (of higher index only, for a family that reads no others). The
@@ -134,73 +230,62 @@ struct FamilyPairTable {
 // same, so that no bond past the capacity is ever read.
 template <PotentialFamily Family>
 [[gnu::noinline]] int32_t build_family_bonds(Engine& engine, const Family& family,
-                                             FamilyPairTable& pairs, int32_t i) {
+                                             FamilyPairTable& pairs, const ImageOffsets& offsets,
+                                             int32_t i) {
     ForceFieldState& ff = engine.ff;
     BondList& bonds = ff.bonds;
     const int32_t si = ff.specie[i];
-    const double xi = ff.rx[i], yi = ff.ry[i], zpos = ff.rz[i];
     bonds.make_room(ff.nebpnt[i + 1] - ff.nebpnt[i]);
 
-    // The separations first; lengths and unit vectors for all bonds together after. Every
-    // pair of the family is written to the next free slot and kept when within the cut-off,
-    // which spares a branch that the distances would make hard to predict. The arrays are
-    // read through local pointers: the compiler cannot tell that the stores into the bond list
-    // leave the vectors' own pointers alone, and would load them again for every entry.
-    const int32_t* nebour = ff.nebour.data();
-    const int32_t* pbctyp = ff.pbctyp.data();
-    const int32_t* specie = ff.specie.data();
+    // The separations first; lengths and unit vectors for all bonds together after.
     const std::size_t row = static_cast<std::size_t>(si) * pairs.species;
-    const int32_t* type_i = pairs.type.data() + row;
-    const double* cutoff2_i = pairs.cutoff2.data() + row;
-    const double* rx = ff.rx.data();
-    const double* ry = ff.ry.data();
-    const double* rz = ff.rz.data();
-    const double* xofset = &ff.xofset[kImageOffsetCentre];
-    const double* yofset = &ff.yofset[kImageOffsetCentre];
-    const double* zofset = &ff.zofset[kImageOffsetCentre];
-    int32_t* neb = bonds.neb.data();
-    int32_t* bndtyp = bonds.bndtyp.data();
-    double* bndlen = bonds.bndlen.data();
-    double* bndxnm = bonds.bndxnm.data();
-    double* bndynm = bonds.bndynm.data();
-    double* bndznm = bonds.bndznm.data();
-    int32_t written = 0;
-    // Entry (j, image) into the next free slot, kept when it is a bond of the family.
-    const auto add_entry = [&](int32_t j, int32_t image) {
-        const int32_t sj = specie[j];
-        if (type_i[sj] == FamilyPairTable::kUnknown) [[unlikely]]
-            pairs.learn(engine, family, si, sj);
-        const int32_t t = type_i[sj];
-        if (t == FamilyPairTable::kNotBonded)
-            return;
-        const double dx = rx[j] - xofset[image] - xi;
-        const double dy = ry[j] - yofset[image] - yi;
-        const double dz = rz[j] - zofset[image] - zpos;
-        const double r2 = dx * dx + dy * dy + dz * dz;
-        neb[written] = j;
-        bndlen[written] = r2;
-        bndxnm[written] = dx;
-        bndynm[written] = dy;
-        bndznm[written] = dz;
-        bndtyp[written] = t;
-        written += r2 < cutoff2_i[sj] ? 1 : 0;
-    };
-    const int32_t first = ff.nebpnt[i], end = ff.nebpnt[i + 1];
-    if constexpr (reads_higher_neighbours_only<Family>()) {
-        // The entries of higher index first, into the front of the bond list (the image in
-        // place of the type), then the bonds among them, each written at or before the slot it
-        // is read from.
+    const BondBuild build{ff.specie.data(),
+                          ff.rx.data(),
+                          ff.ry.data(),
+                          ff.rz.data(),
+                          offsets.centred(),
+                          pairs.type.data() + row,
+                          pairs.cutoff2.data() + row,
+                          ff.rx[i],
+                          ff.ry[i],
+                          ff.rz[i],
+                          bonds.neb.data(),
+                          bonds.bndtyp.data(),
+                          bonds.bndlen.data(),
+                          bonds.bndxnm.data(),
+                          bonds.bndynm.data(),
+                          bonds.bndznm.data()};
+    const int32_t first = ff.nebpnt[i];
+    const int32_t entries = ff.nebpnt[i + 1] - first;
+    const int32_t* neighbour = ff.nebour.data() + first;
+    const int32_t* image = ff.pbctyp.data() + first;
+    int32_t count = entries;
+    // The entries of higher index, copied to the front of the bond list (the image in place of
+    // the type); the bonds among them are then each written at or before the slot they are
+    // read from.
+    const auto gather_higher = [&] {
+        const int32_t* nebour = ff.nebour.data() + first;
+        const int32_t* pbctyp = ff.pbctyp.data() + first;
         int32_t higher = 0;
-        for (int32_t k = first; k < end; ++k) {
-            neb[higher] = nebour[k];
-            bndtyp[higher] = pbctyp[k];
+        for (int32_t k = 0; k < entries; ++k) {
+            build.neb[higher] = nebour[k];
+            build.bndtyp[higher] = pbctyp[k];
             higher += nebour[k] > i ? 1 : 0;
         }
-        for (int32_t h = 0; h < higher; ++h)
-            add_entry(neb[h], bndtyp[h]);
-    } else {
-        for (int32_t k = first; k < end; ++k)
-            add_entry(nebour[k], pbctyp[k]);
+        return higher;
+    };
+    if constexpr (reads_higher_neighbours_only<Family>()) {
+        count = gather_higher();
+        neighbour = build.neb;
+        image = build.bndtyp;
+    }
+    int32_t written = write_known_bonds(build, neighbour, image, count);
+    if (written < 0) {
+        // A pair not yet asked of the family: the atom's bonds are written again from the
+        // start, asking where the list first gives the pair.
+        if constexpr (reads_higher_neighbours_only<Family>())
+            count = gather_higher();
+        written = write_bonds_learning(engine, family, pairs, si, build, neighbour, image, count);
     }
     bonds.nebtot += written;
     if (bonds.nebtot > bonds.intersize)
@@ -281,10 +366,11 @@ void evaluate_family(Engine& engine, Family& family) {
         bonds.lstindx[selected[m]] = m;
 
     FamilyPairTable pairs(ff.potnum.n);
+    const ImageOffsets offsets(ff);
     for (int32_t m = 0; m < n; ++m) {
         const int32_t i = selected[m];
         bonds.datum[m] = 0;
-        bonds.datum[m + 1] = build_family_bonds(engine, family, pairs, i);
+        bonds.datum[m + 1] = build_family_bonds(engine, family, pairs, offsets, i);
         family.interact(engine, m, i);
     }
 
