@@ -164,10 +164,10 @@ template <class Run>
 void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
     if (n == 0)
         return;
-    bool uniform = true;
+    int32_t differ = 0;  // bits in which some type differs from the first (a vector reduction)
     for (int32_t k = 1; k < n; ++k)
-        uniform = uniform & (type[k] == type[0]);
-    if (uniform) {
+        differ |= type[k] ^ type[0];
+    if (differ == 0) {
         run(type[0], 0, n);
         return;
     }

@@ -21,10 +21,10 @@ namespace pelix {
 
 // Scratch of the per-atom evaluation, kept by a family from one atom to the next so that it is
 // allocated once per evaluation: the slots, pair types and lengths of the bonds to neighbours of
-// higher index, and the two values of a term for every bond of the atom.
+// higher index, their pair terms, and the density terms of every bond of the atom.
 struct EmbeddingScratch {
     std::vector<int32_t> higher, type;
-    std::vector<double> length, value, slope;
+    std::vector<double> length, value, slope, density, density_slope;
 
     void fit(std::size_t bonds) {
         if (higher.size() >= bonds)
@@ -34,6 +34,8 @@ struct EmbeddingScratch {
         length.resize(bonds);
         value.resize(bonds);
         slope.resize(bonds);
+        density.resize(bonds);
+        density_slope.resize(bonds);
     }
 };
 
@@ -55,7 +57,9 @@ auto bond_by_bond(const Term& term) {
 // d(phi)/dr. Each is bit for bit what the family's term of one bond gives.
 //
 // The steps above are taken as three passes over the bonds (pair terms, density, embedding
-// forces), which makes every addition to every force and energy in the order of the steps.
+// forces), which makes every addition to every force and energy in the order of the steps. The
+// density is summed first all the same: it touches no force or energy, and its chain of
+// dependent additions then runs alongside the pair terms instead of holding up the embedding.
 // Atom i's own force and energy are carried in registers through the passes and stored once:
 // no bond joins an atom to itself, so no addition through a neighbour touches them.
 template <class PairTerms, class DensityTerms>
@@ -75,6 +79,7 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
     int32_t* higher = scratch.higher.data();
     double* value = scratch.value.data();
     double* slope = scratch.slope.data();
+    const double* density_slope = scratch.density_slope.data();
     ForceFieldState& ff = engine.ff;
     double* fx = ff.fx.data();
     double* fy = ff.fy.data();
@@ -91,6 +96,13 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
         fy[j] -= gy;
         fz[j] -= gz;
     };
+
+    // The density, summed in bond order; d(phi)/dr of every bond is kept for the forces.
+    density_terms(type + first, length + first, last - first, scratch.density.data(),
+                  scratch.density_slope.data());
+    double rho = 0.0;
+    for (int32_t k = 0; k < last - first; ++k)
+        rho += scratch.density[static_cast<std::size_t>(k)];
 
     // Pair terms, of the bonds to higher-index neighbours, gathered first without a branch on
     // the index order (which the cell order leaves unpredictable).
@@ -113,18 +125,12 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
         add_bond_force(b, j, -slope[k]);
     }
 
-    // The density, summed in bond order; d(phi)/dr of every bond is kept for the forces.
-    density_terms(type + first, length + first, last - first, value, slope);
-    double rho = 0.0;
-    for (int32_t k = 0; k < last - first; ++k)
-        rho += value[k];
-
     const double s = std::sqrt(rho);
     pei -= s;
     const double c = s > guard ? -0.5 / s : 0.0;
 
     for (int32_t b = first; b < last; ++b) {
-        add_bond_force(b, neb[b], slope[b - first] * c);
+        add_bond_force(b, neb[b], density_slope[b - first] * c);
     }
     fx[i] = fxi;
     fy[i] = fyi;
