@@ -84,6 +84,7 @@ struct PackedCells {
     std::vector<double> x, y, z;
     std::vector<int32_t> specie;
     std::vector<CellBounds> bounds;
+    std::vector<int32_t> slot;  // per atom: its packed entry
 
     PackedCells(const CellGrid& grid, const ForceFieldState& ff, int32_t atoms) {
         const std::size_t cells = grid.celhead.size();
@@ -95,6 +96,7 @@ struct PackedCells {
         y.reserve(n);
         z.reserve(n);
         specie.reserve(n);
+        slot.assign(static_cast<std::size_t>(std::max(atoms, 0)), -1);
         constexpr double inf = std::numeric_limits<double>::infinity();
         constexpr double nan = std::numeric_limits<double>::quiet_NaN();
         for (int32_t head : grid.celhead) {
@@ -104,6 +106,8 @@ struct PackedCells {
                 b = {std::min(b.xlo, ff.rx[j]), std::max(b.xhi, ff.rx[j]),
                      std::min(b.ylo, ff.ry[j]), std::max(b.yhi, ff.ry[j]),
                      std::min(b.zlo, ff.rz[j]), std::max(b.zhi, ff.rz[j])};
+                if (j < atoms)
+                    slot[static_cast<std::size_t>(j)] = static_cast<int32_t>(atom.size());
                 atom.push_back(j);
                 x.push_back(ff.rx[j]);
                 y.push_back(ff.ry[j]);
@@ -423,6 +427,7 @@ void search_cells(Engine& engine, const PackedCells& packed, ListWriter& list) {
         ff.nebpnt[static_cast<std::size_t>(i)] = static_cast<int32_t>(list.written);
         const double xi = ff.rx[i], yi = ff.ry[i], zi = ff.rz[i];
         const FilterCentre centre{i,
+                                  packed.slot[static_cast<std::size_t>(i)],
                                   xi,
                                   yi,
                                   zi,

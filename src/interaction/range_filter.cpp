@@ -112,73 +112,142 @@ struct CompressTable {
 };
 constexpr CompressTable kCompress{};
 
-// Four candidates at a time. A group of four writes four slots from the next free one: the
-// entries kept first, in order, and then whatever; the caller's room for every candidate of
-// the runs plus one covers them, since a group is only taken while four candidates remain.
+// How the pair radius of a candidate is found: one radius for every species, the radius of the
+// candidate's species picked from a register (up to four species), or gathered from memory.
+enum class RadiusSource { Common, Register, Gathered };
+
+// What a run's atoms are tested against: atom i's position and the radii in vector form.
+struct VectorCentre {
+    __m256d x, y, z;
+    __m128i i;
+    __m256d common_cut;
+    __m256 radius_lanes;
+    const double* cutoff2;
+};
+
+// The squared radius of four candidates of species `specie` (RadiusSource above).
+template <RadiusSource kRadius>
+[[gnu::target("avx2"), gnu::always_inline]] inline __m256d radii_of(const VectorCentre& centre,
+                                                                    __m128i specie) {
+    if constexpr (kRadius == RadiusSource::Common) {
+        return centre.common_cut;
+    } else if constexpr (kRadius == RadiusSource::Register) {
+        // 32-bit lanes 2s and 2s + 1 of the radii hold the radius of species s.
+        const __m256i twice = _mm256_slli_epi64(_mm256_cvtepi32_epi64(specie), 1);
+        const __m256i lanes = _mm256_or_si256(
+            twice, _mm256_slli_epi64(_mm256_add_epi64(twice, _mm256_set1_epi64x(1)), 32));
+        return _mm256_castps_pd(_mm256_permutevar8x32_ps(centre.radius_lanes, lanes));
+    } else {
+        const __m256d all_lanes = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
+        return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), centre.cutoff2, specie, all_lanes, 8);
+    }
+}
+
+// The candidates of one run, four at a time. A group of four writes four slots from the next
+// free one: the entries kept first, in order, and then whatever; the caller's room for every
+// candidate of the runs plus one covers them, since a group is only taken while four candidates
+// remain. A run seen without an image offset skips subtracting it (x - 0 is x, bit for bit),
+// and only the run that holds atom i itself compares the candidates with i.
+template <RadiusSource kRadius, bool kShifted, bool kHoldsCentre>
+[[gnu::target("avx2,popcnt"), gnu::always_inline]] inline int64_t append_run_avx2(
+    const PackedView& packed, const CandidateRun& run, const VectorCentre centre,
+    const FilterCentre& scalar_centre, int32_t* nebour, int32_t* pbctyp, int64_t written) {
+    const __m256d ox = _mm256_set1_pd(run.ox);
+    const __m256d oy = _mm256_set1_pd(run.oy);
+    const __m256d oz = _mm256_set1_pd(run.oz);
+    const __m128i image = _mm_set1_epi32(run.image);
+    // Locals, not members read through references: the vector stores below may alias anything,
+    // and the compiler would load the members again after each of them.
+    const double* x = packed.x;
+    const double* y = packed.y;
+    const double* z = packed.z;
+    const int32_t* specie = packed.specie;
+    const int32_t* atom = packed.atom;
+    const int32_t end = run.end;
+    int32_t m = run.first;
+    for (; m + 4 <= end; m += 4) {
+        __m256d px = _mm256_loadu_pd(x + m);
+        __m256d py = _mm256_loadu_pd(y + m);
+        __m256d pz = _mm256_loadu_pd(z + m);
+        if constexpr (kShifted) {
+            px = _mm256_sub_pd(px, ox);
+            py = _mm256_sub_pd(py, oy);
+            pz = _mm256_sub_pd(pz, oz);
+        }
+        const __m256d dx = _mm256_sub_pd(px, centre.x);
+        const __m256d dy = _mm256_sub_pd(py, centre.y);
+        const __m256d dz = _mm256_sub_pd(pz, centre.z);
+        const __m256d r2 = _mm256_add_pd(
+            _mm256_add_pd(_mm256_mul_pd(dx, dx), _mm256_mul_pd(dy, dy)), _mm256_mul_pd(dz, dz));
+        __m256d cut = centre.common_cut;
+        if constexpr (kRadius != RadiusSource::Common)
+            cut = radii_of<kRadius>(centre,
+                                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(specie + m)));
+        const __m128i atoms = _mm_loadu_si128(reinterpret_cast<const __m128i*>(atom + m));
+        int keep = _mm256_movemask_pd(_mm256_cmp_pd(r2, cut, _CMP_LT_OQ));
+        if constexpr (kHoldsCentre)
+            keep &= ~_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(atoms, centre.i)));
+        const __m128i control =
+            _mm_load_si128(reinterpret_cast<const __m128i*>(kCompress.control[keep]));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(nebour + written),
+                         _mm_shuffle_epi8(atoms, control));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pbctyp + written), image);
+        written += _mm_popcnt_u32(static_cast<unsigned>(keep));
+    }
+    for (; m < end; ++m)
+        written = test_one(packed, m, run, scalar_centre, nebour, pbctyp, written);
+    return written;
+}
+
+template <RadiusSource kRadius>
+[[gnu::target("avx2,popcnt")]] int64_t append_runs_avx2(
+    const PackedView& packed, const CandidateRun* runs, const uint8_t* chosen, int count,
+    const FilterCentre& centre, const VectorCentre& vector_centre, int32_t* nebour, int32_t* pbctyp,
+    int64_t written) {
+    for (int c = 0; c < count; ++c) {
+        const CandidateRun& run = runs[chosen[c]];
+        const bool shifted = run.ox != 0.0 || run.oy != 0.0 || run.oz != 0.0;
+        const bool holds_centre = run.first <= centre.slot && centre.slot < run.end;
+        if (holds_centre) {
+            written = shifted ? append_run_avx2<kRadius, true, true>(
+                                    packed, run, vector_centre, centre, nebour, pbctyp, written)
+                              : append_run_avx2<kRadius, false, true>(
+                                    packed, run, vector_centre, centre, nebour, pbctyp, written);
+        } else {
+            written = shifted ? append_run_avx2<kRadius, true, false>(
+                                    packed, run, vector_centre, centre, nebour, pbctyp, written)
+                              : append_run_avx2<kRadius, false, false>(
+                                    packed, run, vector_centre, centre, nebour, pbctyp, written);
+        }
+    }
+    return written;
+}
+
 [[gnu::target("avx2,popcnt")]] int64_t append_avx2(const PackedView& packed,
                                                    const CandidateRun* runs, const uint8_t* chosen,
                                                    int count, const FilterCentre& centre,
                                                    int32_t* nebour, int32_t* pbctyp,
                                                    int64_t written) {
-    const __m256d cx = _mm256_set1_pd(centre.x);
-    const __m256d cy = _mm256_set1_pd(centre.y);
-    const __m256d cz = _mm256_set1_pd(centre.z);
-    const __m128i self = _mm_set1_epi32(centre.i);
-    const bool common = !std::isnan(centre.common_cutoff2);
-    const __m256d common_cut = _mm256_set1_pd(centre.common_cutoff2);
-    const __m256d all_lanes = _mm256_castsi256_pd(_mm256_set1_epi64x(-1));
-    // With up to four species the radii are held in a register and picked by lane, which is
-    // much cheaper than a gather from memory.
-    const bool in_register = !common && centre.species <= 4;
     double radii[4] = {0.0, 0.0, 0.0, 0.0};
     for (int32_t s = 0; s < centre.species && s < 4; ++s)
         radii[s] = centre.cutoff2[s];
-    const __m256 radius_lanes = _mm256_castpd_ps(_mm256_loadu_pd(radii));
-    for (int c = 0; c < count; ++c) {
-        const CandidateRun* run = runs + chosen[c];
-        const __m256d ox = _mm256_set1_pd(run->ox);
-        const __m256d oy = _mm256_set1_pd(run->oy);
-        const __m256d oz = _mm256_set1_pd(run->oz);
-        const __m128i image = _mm_set1_epi32(run->image);
-        int32_t m = run->first;
-        for (; m + 4 <= run->end; m += 4) {
-            const __m256d dx = _mm256_sub_pd(_mm256_sub_pd(_mm256_loadu_pd(packed.x + m), ox), cx);
-            const __m256d dy = _mm256_sub_pd(_mm256_sub_pd(_mm256_loadu_pd(packed.y + m), oy), cy);
-            const __m256d dz = _mm256_sub_pd(_mm256_sub_pd(_mm256_loadu_pd(packed.z + m), oz), cz);
-            const __m256d r2 = _mm256_add_pd(
-                _mm256_add_pd(_mm256_mul_pd(dx, dx), _mm256_mul_pd(dy, dy)), _mm256_mul_pd(dz, dz));
-            __m256d cut = common_cut;
-            if (!common) {
-                const __m128i specie =
-                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(packed.specie + m));
-                if (in_register) {
-                    // 32-bit lanes 2s and 2s + 1 of the radii hold the radius of species s.
-                    const __m256i twice = _mm256_slli_epi64(_mm256_cvtepi32_epi64(specie), 1);
-                    const __m256i lanes = _mm256_or_si256(
-                        twice,
-                        _mm256_slli_epi64(_mm256_add_epi64(twice, _mm256_set1_epi64x(1)), 32));
-                    cut = _mm256_castps_pd(_mm256_permutevar8x32_ps(radius_lanes, lanes));
-                } else {
-                    cut = _mm256_mask_i32gather_pd(_mm256_setzero_pd(), centre.cutoff2, specie,
-                                                   all_lanes, 8);
-                }
-            }
-            const __m128i atoms =
-                _mm_loadu_si128(reinterpret_cast<const __m128i*>(packed.atom + m));
-            const int within = _mm256_movemask_pd(_mm256_cmp_pd(r2, cut, _CMP_LT_OQ));
-            const int is_self = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(atoms, self)));
-            const int keep = within & ~is_self;
-            const __m128i control =
-                _mm_load_si128(reinterpret_cast<const __m128i*>(kCompress.control[keep]));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(nebour + written),
-                             _mm_shuffle_epi8(atoms, control));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(pbctyp + written), image);
-            written += _mm_popcnt_u32(static_cast<unsigned>(keep));
-        }
-        for (; m < run->end; ++m)
-            written = test_one(packed, m, *run, centre, nebour, pbctyp, written);
-    }
-    return written;
+    const VectorCentre vector_centre{_mm256_set1_pd(centre.x),
+                                     _mm256_set1_pd(centre.y),
+                                     _mm256_set1_pd(centre.z),
+                                     _mm_set1_epi32(centre.i),
+                                     _mm256_set1_pd(centre.common_cutoff2),
+                                     _mm256_castpd_ps(_mm256_loadu_pd(radii)),
+                                     centre.cutoff2};
+    if (!std::isnan(centre.common_cutoff2))
+        return append_runs_avx2<RadiusSource::Common>(packed, runs, chosen, count, centre,
+                                                      vector_centre, nebour, pbctyp, written);
+    // With up to four species the radii are held in a register and picked by lane, which is
+    // much cheaper than a gather from memory.
+    if (centre.species <= 4)
+        return append_runs_avx2<RadiusSource::Register>(packed, runs, chosen, count, centre,
+                                                        vector_centre, nebour, pbctyp, written);
+    return append_runs_avx2<RadiusSource::Gathered>(packed, runs, chosen, count, centre,
+                                                    vector_centre, nebour, pbctyp, written);
 }
 
 #endif

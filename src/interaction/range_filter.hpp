@@ -26,11 +26,13 @@ struct PackedView {
     const int32_t* specie;
 };
 
-// Atom i as the filter sees it: its index and position, its squared pair radius to each of the
+// Atom i as the filter sees it: its index, its own packed entry (the runs that hold it are the
+// only ones where it must be passed over), its position, its squared pair radius to each of the
 // `species` species, and, when that radius is the same for all species, the common value (else
 // a NaN).
 struct FilterCentre {
     int32_t i;
+    int32_t slot;  // atom i's own packed entry, or -1 when it has none
     double x, y, z;
     const double* cutoff2;
     double common_cutoff2;

@@ -72,10 +72,21 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
         c.y.push_back(0.0);
         c.z.push_back(0.0);
         runs.push_back({runs.back().end, runs.back().end + 1, 4, 0.0, 0.0, 0.0});
+        // The centre atom (index 40, never drawn above) at one packed entry, its own, which
+        // sits in one run; that run is seen a second time through an image 0.1 away, where the
+        // atom is within range of itself and must be passed over all the same.
+        const auto own = static_cast<int32_t>(rng() % c.atom.size());
+        const auto at = static_cast<std::size_t>(own);
+        c.atom[at] = 40;
+        for (const CandidateRun& run : std::vector<CandidateRun>(runs)) {
+            if (run.first <= own && own < run.end)
+                runs.push_back({run.first, run.end, 7, c.x[at] - 0.6, c.y[at], c.z[at]});
+        }
 
         const bool uniform = trial % 2 == 0;
         const std::vector<double>& radii = uniform ? common : mixed;
-        const FilterCentre centre{static_cast<int32_t>(trial % 40),
+        const FilterCentre centre{40,
+                                  own,
                                   0.5,
                                   0.0,
                                   0.0,
@@ -111,7 +122,7 @@ TEST(RangeFilter, NotANumberIsNeverWithinRange) {
     const std::vector<CandidateRun> runs{{0, 5, 0, 0.0, 0.0, 0.0}};
     const uint8_t chosen[] = {0};
     const double radius2 = 1.0;
-    const FilterCentre centre{0, 0.0, 0.0, 0.0, &radius2, radius2, 1};
+    const FilterCentre centre{0, -1, 0.0, 0.0, 0.0, &radius2, radius2, 1};
     std::vector<int32_t> nebour(6), pbctyp(6);
     const int64_t written = append_within_range(c.view(), runs.data(), chosen, 1, centre,
                                                 nebour.data(), pbctyp.data(), 0);
