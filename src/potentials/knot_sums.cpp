@@ -29,6 +29,36 @@ void sums_scalar(const double* knots, const double* coefficients, std::size_t n,
     const __m256d magnitude = _mm256_castsi256_pd(_mm256_set1_epi64x(0x7fffffffffffffffLL));
     const __m256d largest = _mm256_set1_pd(1e100);
     std::size_t b = 0;
+    // Eight distances at a time where all are in range: the two groups share the knots and
+    // coefficients loaded for them, and their two chains of additions run side by side.
+    for (; b + 8 <= count; b += 8) {
+        const __m256d ra = _mm256_loadu_pd(r + b);
+        const __m256d rb = _mm256_loadu_pd(r + b + 4);
+        const __m256d in_range =
+            _mm256_and_pd(_mm256_cmp_pd(_mm256_and_pd(ra, magnitude), largest, _CMP_LT_OQ),
+                          _mm256_cmp_pd(_mm256_and_pd(rb, magnitude), largest, _CMP_LT_OQ));
+        if (_mm256_movemask_pd(in_range) != 0xF)
+            break;
+        __m256d cua = zero, sqa = zero, cub = zero, sqb = zero;
+        for (std::size_t k = 0; k < n; ++k) {
+            const __m256d knot = _mm256_set1_pd(knots[k]);
+            const __m256d coefficient = _mm256_set1_pd(coefficients[k]);
+            const __m256d da = _mm256_sub_pd(knot, ra);
+            const __m256d db = _mm256_sub_pd(knot, rb);
+            const __m256d square_a = _mm256_mul_pd(_mm256_mul_pd(coefficient, da), da);
+            const __m256d square_b = _mm256_mul_pd(_mm256_mul_pd(coefficient, db), db);
+            const __m256d inside_a = _mm256_cmp_pd(da, zero, _CMP_GT_OQ);
+            const __m256d inside_b = _mm256_cmp_pd(db, zero, _CMP_GT_OQ);
+            cua = _mm256_add_pd(cua, _mm256_and_pd(inside_a, _mm256_mul_pd(square_a, da)));
+            cub = _mm256_add_pd(cub, _mm256_and_pd(inside_b, _mm256_mul_pd(square_b, db)));
+            sqa = _mm256_add_pd(sqa, _mm256_and_pd(inside_a, square_a));
+            sqb = _mm256_add_pd(sqb, _mm256_and_pd(inside_b, square_b));
+        }
+        _mm256_storeu_pd(cubes + b, cua);
+        _mm256_storeu_pd(squares + b, sqa);
+        _mm256_storeu_pd(cubes + b + 4, cub);
+        _mm256_storeu_pd(squares + b + 4, sqb);
+    }
     for (; b + 4 <= count; b += 4) {
         const __m256d rv = _mm256_loadu_pd(r + b);
         const __m256d in_range = _mm256_cmp_pd(_mm256_and_pd(rv, magnitude), largest, _CMP_LT_OQ);
