@@ -35,8 +35,8 @@ void duplication_of_atom_vars(ForceFieldState& ff, int32_t n,
 
 void potfor_comvar_finalise(ForceFieldState& ff) {
     release_memory(ff.nebpnt);
-    release_memory(ff.nebour);
-    release_memory(ff.pbctyp);
+    retire_to_spare(ff.nebour, ff.spare_nebour);
+    retire_to_spare(ff.pbctyp, ff.spare_pbctyp);
     ff.potnum = SpeciesMatrix<int32_t>{};  // drops the table and its memory
     release_memory(ff.idnum);
     release_memory(ff.rx);

@@ -115,6 +115,9 @@ struct ForceFieldState {
     std::vector<int32_t> nebpnt;
     ListArray<int32_t> nebour;
     ListArray<int32_t> pbctyp;
+    // Memory of the last call's nebour and pbctyp, empty, for the next call to fill (see
+    // retire_to_spare).
+    ListArray<int32_t> spare_nebour, spare_pbctyp;
     int32_t pbcflag = 1;  // 1 selects the folding cell list
 
     BondList bonds;

@@ -65,4 +65,29 @@ struct ListAllocator {
 template <class T>
 using ListArray = std::vector<T, ListAllocator<T>>;
 
+// A list array released at the end of a call hands its memory to a spare, which the next call
+// takes over if it is large enough and not far too large: mapping and first touching the
+// hundreds of megabytes of a large system's list again at every call costs a few per cent of
+// the call. The array itself is left empty and unallocated; only its memory is kept, for one
+// call at a time, as the C library's allocator keeps freed heap.
+template <class T>
+void retire_to_spare(ListArray<T>& array, ListArray<T>& spare) {
+    if (array.capacity() == 0)
+        return;  // nothing to hand on: the spare stays as it is
+    array.clear();
+    spare.swap(array);
+    release_memory(array);
+}
+
+// Makes `array` (empty) hold `size` elements, in the spare's memory when the spare can take them
+// and is no more than kSpareSlack times as large; a spare that is not used is freed.
+template <class T>
+void resize_from_spare(ListArray<T>& array, ListArray<T>& spare, std::size_t size) {
+    constexpr std::size_t kSpareSlack = 4;
+    if (array.capacity() == 0 && spare.capacity() >= size && spare.capacity() / kSpareSlack <= size)
+        array.swap(spare);
+    release_memory(spare);
+    array.resize(size);
+}
+
 }  // namespace pelix

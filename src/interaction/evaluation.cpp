@@ -29,15 +29,15 @@ void allocate_list_arrays(Engine& engine, int32_t n) {
     engine.neighbours.nlstmx = kNeighboursPerAtomLimit * n;
     engine.cells.celatm.assign(as_size(n), -1);
     engine.ff.nebpnt.assign(as_size(n) + 1, 0);
-    release_memory(engine.ff.nebour);
-    release_memory(engine.ff.pbctyp);
+    retire_to_spare(engine.ff.nebour, engine.ff.spare_nebour);
+    retire_to_spare(engine.ff.pbctyp, engine.ff.spare_pbctyp);
 }
 
 void release_list_arrays(Engine& engine) {
     release_memory(engine.cells.celatm);
     release_memory(engine.ff.nebpnt);
-    release_memory(engine.ff.nebour);
-    release_memory(engine.ff.pbctyp);
+    retire_to_spare(engine.ff.nebour, engine.ff.spare_nebour);
+    retire_to_spare(engine.ff.pbctyp, engine.ff.spare_pbctyp);
 }
 
 std::string position_text(double x, double y, double z) {

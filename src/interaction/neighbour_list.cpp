@@ -228,8 +228,9 @@ struct ListWriter {
 
     ListWriter(ForceFieldState& state, int64_t entry_limit, std::size_t expected)
         : ff(state), limit(entry_limit) {
-        ff.nebour.resize(std::max<std::size_t>(expected, 64));
-        ff.pbctyp.resize(ff.nebour.size());
+        const std::size_t size = std::max<std::size_t>(expected, 64);
+        resize_from_spare(ff.nebour, ff.spare_nebour, size);
+        resize_from_spare(ff.pbctyp, ff.spare_pbctyp, size);
         refresh();
     }
     void refresh() {

@@ -116,4 +116,30 @@ TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
               0u);
 }
 
+// The list arrays hand their memory from one call to the next: a released array leaves its
+// buffer to the spare, the next fill of a size it can hold takes the buffer over, releasing an
+// array that holds nothing keeps the spare, and a spare far larger than asked is freed.
+TEST(ForceFieldState, ListArraysReuseTheLastCallsMemory) {
+    pelix::ForceFieldState ff;
+    pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 1000);
+    const int32_t* buffer = ff.nebour.data();
+
+    pelix::potfor_comvar_finalise(ff);
+    EXPECT_EQ(ff.nebour.capacity(), 0u);
+    EXPECT_EQ(ff.spare_nebour.data(), buffer);
+    pelix::retire_to_spare(ff.nebour, ff.spare_nebour);  // a second release, of nothing
+    EXPECT_EQ(ff.spare_nebour.data(), buffer);
+
+    pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 700);
+    EXPECT_EQ(ff.nebour.data(), buffer);
+    EXPECT_EQ(ff.nebour.size(), 700u);
+    EXPECT_EQ(ff.spare_nebour.capacity(), 0u);
+
+    pelix::potfor_comvar_finalise(ff);
+    pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 100);  // a tenth: a fresh buffer
+    EXPECT_EQ(ff.nebour.size(), 100u);
+    EXPECT_LT(ff.nebour.capacity(), 1000u);
+    EXPECT_EQ(ff.spare_nebour.capacity(), 0u);
+}
+
 }  // namespace
