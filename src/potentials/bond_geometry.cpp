@@ -26,7 +26,49 @@ void normalise_scalar(double* len, double* ux, double* uy, double* uz, int32_t f
     }
 }
 
+// Entry (j, image) as the next bond, when the pair is known and belongs to the family; returns
+// the next free slot, and sets `unknown` for a pair not yet asked of the family.
+inline int32_t write_entry(const BondBuild& build, int32_t j, int32_t image, int32_t written,
+                           bool& unknown) {
+    const int32_t sj = build.specie[j];
+    const int32_t t = build.type_i[sj];
+    if (t < 0) [[unlikely]] {
+        unknown = unknown || t == kPairTypeUnknown;
+        return written;  // a pair of another potential
+    }
+    return build.write(written, j, image, t, sj);
+}
+
 #if defined(PELIX_BOND_GEOMETRY_AVX)
+[[gnu::target("avx")]] int32_t write_normalised_known_bonds_avx(const BondBuild& build,
+                                                                const int32_t* neighbour,
+                                                                const int32_t* image,
+                                                                int32_t count) {
+    double* len = build.bndlen;
+    double* ux = build.bndxnm;
+    double* uy = build.bndynm;
+    double* uz = build.bndznm;
+    int32_t written = 0, normalised = 0;
+    bool unknown = false;
+    for (int32_t k = 0; k < count; ++k) {
+        written = write_entry(build, neighbour[k], image[k], written, unknown);
+        // Slots below `written` are final: the next entry writes at `written` itself.
+        if (written - normalised >= 4) {
+            const int32_t b = normalised;
+            const __m256d r = _mm256_sqrt_pd(_mm256_loadu_pd(len + b));
+            _mm256_storeu_pd(len + b, r);
+            _mm256_storeu_pd(ux + b, _mm256_div_pd(_mm256_loadu_pd(ux + b), r));
+            _mm256_storeu_pd(uy + b, _mm256_div_pd(_mm256_loadu_pd(uy + b), r));
+            _mm256_storeu_pd(uz + b, _mm256_div_pd(_mm256_loadu_pd(uz + b), r));
+            normalised += 4;
+        }
+    }
+    if (unknown)
+        return -1;
+    normalise_scalar(len, ux, uy, uz, normalised, written);
+    return written;
+}
+
 [[gnu::target("avx")]] void normalise_avx(double* len, double* ux, double* uy, double* uz,
                                           int32_t count) {
     int32_t b = 0;
@@ -53,13 +95,9 @@ void normalise_sse2(double* len, double* ux, double* uy, double* uz, int32_t cou
 }
 #endif
 
-}  // namespace
-
-void normalise_bonds(BondList& bonds, int32_t count) {
-    double* len = bonds.bndlen.data();
-    double* ux = bonds.bndxnm.data();
-    double* uy = bonds.bndynm.data();
-    double* uz = bonds.bndznm.data();
+// The lengths and unit vectors of `count` bonds, four or two at a time where the processor
+// allows.
+void normalise(double* len, double* ux, double* uy, double* uz, int32_t count) {
 #if defined(PELIX_BOND_GEOMETRY_AVX)
     if (cpu_has_avx())
         normalise_avx(len, ux, uy, uz, count);
@@ -68,6 +106,29 @@ void normalise_bonds(BondList& bonds, int32_t count) {
 #else
     normalise_scalar(len, ux, uy, uz, 0, count);
 #endif
+}
+
+}  // namespace
+
+int32_t write_normalised_known_bonds(const BondBuild& build, const int32_t* neighbour,
+                                     const int32_t* image, int32_t count) {
+#if defined(PELIX_BOND_GEOMETRY_AVX)
+    if (cpu_has_avx())
+        return write_normalised_known_bonds_avx(build, neighbour, image, count);
+#endif
+    int32_t written = 0;
+    bool unknown = false;
+    for (int32_t k = 0; k < count; ++k)
+        written = write_entry(build, neighbour[k], image[k], written, unknown);
+    if (unknown)
+        return -1;
+    normalise(build.bndlen, build.bndxnm, build.bndynm, build.bndznm, written);
+    return written;
+}
+
+void normalise_bonds(BondList& bonds, int32_t count) {
+    normalise(bonds.bndlen.data(), bonds.bndxnm.data(), bonds.bndynm.data(), bonds.bndznm.data(),
+              count);
 }
 
 }  // namespace pelix

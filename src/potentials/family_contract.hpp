@@ -99,8 +99,8 @@ inline bool family_bond(const Engine& engine, const Family& family, int32_t idnu
 // asked (and may refuse the pair, which stops the run) exactly where the list first gives it.
 // A pair that "potfor.IN" gives to another potential is kNotBonded.
 struct FamilyPairTable {
-    static constexpr int32_t kUnknown = std::numeric_limits<int32_t>::min();
-    static constexpr int32_t kNotBonded = kUnknown + 1;
+    static constexpr int32_t kUnknown = kPairTypeUnknown;
+    static constexpr int32_t kNotBonded = kPairTypeNotBonded;
 
     int32_t species;
     std::vector<int32_t> type;
@@ -144,64 +144,6 @@ struct ImageOffsets {
     const double* centred() const { return xyz + 4 * kImageOffsetCentre; }
 };
 
-// The arrays that the bond-list build of one atom reads and writes, as plain pointers: the
-// compiler cannot tell that the stores into the bond list leave the vectors' own pointers
-// alone, and would load them again for every entry.
-struct BondBuild {
-    const int32_t* specie;
-    const double* rx;
-    const double* ry;
-    const double* rz;
-    const double* offset;     // image offsets, x, y, z and a blank per image (see ImageOffsets)
-    const int32_t* type_i;    // pair type of atom i's species with each species
-    const double* cutoff2_i;  // squared cut-off of atom i's species with each species
-    double xi, yi, zi;
-    int32_t* neb;
-    int32_t* bndtyp;
-    double* bndlen;
-    double* bndxnm;
-    double* bndynm;
-    double* bndznm;
-
-    // Writes entry (j, image) into slot `written` and returns the next free slot: the same when
-    // the pair is beyond the cut-off of its type. Every pair is written, which spares a branch
-    // that the distances would make hard to predict.
-    int32_t write(int32_t written, int32_t j, int32_t image, int32_t t, int32_t sj) const {
-        const double* shift = offset + 4 * image;
-        const double dx = rx[j] - shift[0] - xi;
-        const double dy = ry[j] - shift[1] - yi;
-        const double dz = rz[j] - shift[2] - zi;
-        const double r2 = dx * dx + dy * dy + dz * dz;
-        neb[written] = j;
-        bndlen[written] = r2;
-        bndxnm[written] = dx;
-        bndynm[written] = dy;
-        bndznm[written] = dz;
-        bndtyp[written] = t;
-        return written + (r2 < cutoff2_i[sj] ? 1 : 0);
-    }
-};
-
-// The bonds among `count` entries (neighbour, image) with every pair of species already known
-// to the pair table; -1 when an entry gives a pair not yet asked of the family. No call in the
-// loop, so that its pointers stay in registers.
-inline int32_t write_known_bonds(const BondBuild& build, const int32_t* neighbour,
-                                 const int32_t* image, int32_t count) {
-    int32_t written = 0;
-    bool unknown = false;
-    for (int32_t k = 0; k < count; ++k) {
-        const int32_t j = neighbour[k];
-        const int32_t sj = build.specie[j];
-        const int32_t t = build.type_i[sj];
-        if (t < 0) [[unlikely]] {
-            unknown = unknown || t == FamilyPairTable::kUnknown;
-            continue;  // a pair of another potential
-        }
-        written = build.write(written, j, image[k], t, sj);
-    }
-    return unknown ? -1 : written;
-}
-
 // The same, asking the family for the type of each species pair where the list first gives it
 // (a refused pair stops the run there).
 template <PotentialFamily Family>
@@ -237,7 +179,7 @@ template <PotentialFamily Family>
     const int32_t si = ff.specie[i];
     bonds.make_room(ff.nebpnt[i + 1] - ff.nebpnt[i]);
 
-    // The separations first; lengths and unit vectors for all bonds together after.
+    // The separations, then the lengths and unit vectors (see write_normalised_known_bonds).
     const std::size_t row = static_cast<std::size_t>(si) * pairs.species;
     const BondBuild build{ff.specie.data(),
                           ff.rx.data(),
@@ -279,18 +221,18 @@ template <PotentialFamily Family>
         neighbour = build.neb;
         image = build.bndtyp;
     }
-    int32_t written = write_known_bonds(build, neighbour, image, count);
+    int32_t written = write_normalised_known_bonds(build, neighbour, image, count);
     if (written < 0) {
         // A pair not yet asked of the family: the atom's bonds are written again from the
         // start, asking where the list first gives the pair.
         if constexpr (reads_higher_neighbours_only<Family>())
             count = gather_higher();
         written = write_bonds_learning(engine, family, pairs, si, build, neighbour, image, count);
+        normalise_bonds(bonds, written);
     }
     bonds.nebtot += written;
     if (bonds.nebtot > bonds.intersize)
         nrerror(std::string(Family::overflow_message));
-    normalise_bonds(bonds, written);
     if constexpr (Family::stores_smoothing) {
         for (std::size_t b = 0; b < static_cast<std::size_t>(written); ++b) {
             double f = 0.0, df = 0.0;

@@ -216,5 +216,98 @@ TEST(BondGeometry, LengthsAndUnitVectorsHaveTheBitsOfOneAtATime) {
     }
 }
 
+// The bonds of one atom written from its list entries, with the bits of a plain loop: species 0
+// and 1 pair with types 1 and 2 and cut-offs 3 and 4 A; species 2 belongs to another potential;
+// entries through three images; every count of entries up to 40, so that the bonds normalised
+// four at a time while they are written end at every remainder. A pair not yet known gives -1.
+TEST(BondGeometry, WrittenBondsAreThoseOfAPlainLoop) {
+    std::mt19937_64 rng(9);
+    std::uniform_real_distribution<double> coordinate(-4.0, 4.0);
+    const std::vector<int32_t> types{1, 2, kPairTypeNotBonded, kPairTypeUnknown};
+    const std::vector<double> cutoff2{9.0, 16.0, 0.0, 0.0};
+    std::vector<double> offset(4 * 27, 0.0);
+    offset[4 * 14] = 0.5;        // image 1
+    offset[4 * 12 + 1] = -0.75;  // image -1
+    std::vector<double> rx, ry, rz;
+    std::vector<int32_t> specie;
+    for (int32_t j = 0; j < 60; ++j) {
+        rx.push_back(coordinate(rng));
+        ry.push_back(coordinate(rng));
+        rz.push_back(coordinate(rng));
+        specie.push_back(static_cast<int32_t>(rng() % 3));
+    }
+    for (int32_t count = 0; count <= 40; ++count) {
+        std::vector<int32_t> neighbour, image;
+        for (int32_t k = 0; k < count; ++k) {
+            neighbour.push_back(static_cast<int32_t>(rng() % 60));
+            image.push_back(static_cast<int32_t>(rng() % 3) - 1);
+        }
+        BondList bonds;
+        bonds.make_room(count);
+        const BondBuild build{specie.data(),
+                              rx.data(),
+                              ry.data(),
+                              rz.data(),
+                              offset.data() + 4 * 13,
+                              types.data(),
+                              cutoff2.data(),
+                              0.25,
+                              -0.5,
+                              0.125,
+                              bonds.neb.data(),
+                              bonds.bndtyp.data(),
+                              bonds.bndlen.data(),
+                              bonds.bndxnm.data(),
+                              bonds.bndynm.data(),
+                              bonds.bndznm.data()};
+        const int32_t written =
+            write_normalised_known_bonds(build, neighbour.data(), image.data(), count);
+        int32_t expected = 0;
+        for (int32_t k = 0; k < count; ++k) {
+            const int32_t j = neighbour[k], s = specie[j];
+            if (s == 2)
+                continue;
+            const double* shift = offset.data() + 4 * (13 + image[k]);
+            const double dx = rx[j] - shift[0] - 0.25, dy = ry[j] - shift[1] + 0.5,
+                         dz = rz[j] - shift[2] - 0.125;
+            const double r2 = dx * dx + dy * dy + dz * dz;
+            if (!(r2 < cutoff2[s]))
+                continue;
+            const double r = std::sqrt(r2);
+            ASSERT_LT(expected, written) << count << " entries";
+            EXPECT_EQ(bonds.neb[expected], j);
+            EXPECT_EQ(bonds.bndtyp[expected], types[s]);
+            EXPECT_EQ(bonds.bndlen[expected], r);
+            EXPECT_EQ(bonds.bndxnm[expected], dx / r);
+            EXPECT_EQ(bonds.bndynm[expected], dy / r);
+            EXPECT_EQ(bonds.bndznm[expected], dz / r);
+            ++expected;
+        }
+        EXPECT_EQ(written, expected) << count << " entries";
+    }
+    // An entry of species 3, whose pair the family has not yet been asked about.
+    specie[7] = 3;
+    const int32_t neighbour[] = {3, 7, 5}, image[] = {0, 0, 0};
+    BondList bonds;
+    bonds.make_room(3);
+    const BondBuild build{specie.data(),
+                          rx.data(),
+                          ry.data(),
+                          rz.data(),
+                          offset.data() + 4 * 13,
+                          types.data(),
+                          cutoff2.data(),
+                          0.0,
+                          0.0,
+                          0.0,
+                          bonds.neb.data(),
+                          bonds.bndtyp.data(),
+                          bonds.bndlen.data(),
+                          bonds.bndxnm.data(),
+                          bonds.bndynm.data(),
+                          bonds.bndznm.data()};
+    EXPECT_EQ(write_normalised_known_bonds(build, neighbour, image, 3), -1);
+}
+
 }  // namespace
 }  // namespace pelix
