@@ -26,19 +26,6 @@ void normalise_scalar(double* len, double* ux, double* uy, double* uz, int32_t f
     }
 }
 
-// Entry (j, image) as the next bond, when the pair is known and belongs to the family; returns
-// the next free slot, and sets `unknown` for a pair not yet asked of the family.
-inline int32_t write_entry(const BondBuild& build, int32_t j, int32_t image, int32_t written,
-                           bool& unknown) {
-    const int32_t sj = build.specie[j];
-    const int32_t t = build.type_i[sj];
-    if (t < 0) [[unlikely]] {
-        unknown = unknown || t == kPairTypeUnknown;
-        return written;  // a pair of another potential
-    }
-    return build.write(written, j, image, t, sj);
-}
-
 #if defined(PELIX_BOND_GEOMETRY_AVX)
 // The build is taken by value: a copy of its own, which no store can reach, keeps its pointers
 // and centre in registers rather than loaded again after every store into the bond list.
@@ -118,14 +105,9 @@ int32_t write_normalised_known_bonds(const BondBuild& shared, const int32_t* nei
     if (cpu_has_avx())
         return write_normalised_known_bonds_avx(shared, neighbour, image, count);
 #endif
-    const BondBuild build = shared;  // a copy no store can reach (see above)
-    int32_t written = 0;
-    bool unknown = false;
-    for (int32_t k = 0; k < count; ++k)
-        written = write_entry(build, neighbour[k], image[k], written, unknown);
-    if (unknown)
-        return -1;
-    normalise(build.bndlen, build.bndxnm, build.bndynm, build.bndznm, written);
+    const int32_t written = write_known_bonds(shared, neighbour, image, count);
+    if (written > 0)
+        normalise(shared.bndlen, shared.bndxnm, shared.bndynm, shared.bndznm, written);
     return written;
 }
 

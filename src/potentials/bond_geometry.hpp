@@ -51,11 +51,36 @@ struct BondBuild {
     }
 };
 
+// Entry (j, image) as the next bond, when the pair is known and belongs to the family; returns
+// the next free slot, and sets `unknown` for a pair not yet asked of the family.
+inline int32_t write_entry(const BondBuild& build, int32_t j, int32_t image, int32_t written,
+                           bool& unknown) {
+    const int32_t sj = build.specie[j];
+    const int32_t t = build.type_i[sj];
+    if (t < 0) [[unlikely]] {
+        unknown = unknown || t == kPairTypeUnknown;
+        return written;  // a pair of another potential
+    }
+    return build.write(written, j, image, t, sj);
+}
+
 // The bonds among `count` entries (neighbour, image) of atom i, with every pair of species
-// already known to the pair-type table, written from the first slot on, with their lengths and
-// unit vectors (as normalise_bonds gives them); -1 when an entry gives a pair not yet asked of
-// the family (kPairTypeUnknown). With AVX, each four bonds are normalised as soon as they are
-// written, so that the divisions overlap the build of the next ones.
+// already known to the pair-type table, written from the first slot on (separations, not yet
+// normalised); -1 when an entry gives a pair not yet asked of the family (kPairTypeUnknown).
+// Inline, so that a short build of a few bonds keeps its context.
+inline int32_t write_known_bonds(const BondBuild& shared, const int32_t* neighbour,
+                                 const int32_t* image, int32_t count) {
+    const BondBuild build = shared;  // a copy of its own, which no store can reach
+    int32_t written = 0;
+    bool unknown = false;
+    for (int32_t k = 0; k < count; ++k)
+        written = write_entry(build, neighbour[k], image[k], written, unknown);
+    return unknown ? -1 : written;
+}
+
+// The same, with their lengths and unit vectors (as normalise_bonds gives them). With AVX, each
+// four bonds are normalised as soon as they are written, so that the divisions overlap the
+// build of the next ones: the better for an atom with many bonds.
 int32_t write_normalised_known_bonds(const BondBuild& build, const int32_t* neighbour,
                                      const int32_t* image, int32_t count);
 

@@ -221,7 +221,17 @@ template <PotentialFamily Family>
         neighbour = build.neb;
         image = build.bndtyp;
     }
-    int32_t written = write_normalised_known_bonds(build, neighbour, image, count);
+    // A family that reads every neighbour has many bonds per atom, whose normalisation gains
+    // from overlapping the build; one that reads the higher neighbours alone has a few, better
+    // built and normalised in two short passes.
+    int32_t written = 0;
+    if constexpr (reads_higher_neighbours_only<Family>()) {
+        written = write_known_bonds(build, neighbour, image, count);
+        if (written >= 0)
+            normalise_bonds(bonds, written);
+    } else {
+        written = write_normalised_known_bonds(build, neighbour, image, count);
+    }
     if (written < 0) {
         // A pair not yet asked of the family: the atom's bonds are written again from the
         // start, asking where the list first gives the pair.
