@@ -51,6 +51,29 @@ struct BondBuild {
     }
 };
 
+// A build of the bonds of the atom at (xi, yi, zi) into the arrays of `bonds`.
+inline BondBuild build_into(BondList& bonds, const int32_t* specie, const double* rx,
+                            const double* ry, const double* rz, const double* offset,
+                            const int32_t* type_i, const double* cutoff2_i, double xi, double yi,
+                            double zi) {
+    return {specie,
+            rx,
+            ry,
+            rz,
+            offset,
+            type_i,
+            cutoff2_i,
+            xi,
+            yi,
+            zi,
+            bonds.neb.data(),
+            bonds.bndtyp.data(),
+            bonds.bndlen.data(),
+            bonds.bndxnm.data(),
+            bonds.bndynm.data(),
+            bonds.bndznm.data()};
+}
+
 // Entry (j, image) as the next bond, when the pair is known and belongs to the family; returns
 // the next free slot, and sets `unknown` for a pair not yet asked of the family.
 inline int32_t write_entry(const BondBuild& build, int32_t j, int32_t image, int32_t written,

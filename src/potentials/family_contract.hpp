@@ -181,22 +181,9 @@ template <PotentialFamily Family>
 
     // The separations, then the lengths and unit vectors (see write_normalised_known_bonds).
     const std::size_t row = static_cast<std::size_t>(si) * pairs.species;
-    const BondBuild build{ff.specie.data(),
-                          ff.rx.data(),
-                          ff.ry.data(),
-                          ff.rz.data(),
-                          offsets.centred(),
-                          pairs.type.data() + row,
-                          pairs.cutoff2.data() + row,
-                          ff.rx[i],
-                          ff.ry[i],
-                          ff.rz[i],
-                          bonds.neb.data(),
-                          bonds.bndtyp.data(),
-                          bonds.bndlen.data(),
-                          bonds.bndxnm.data(),
-                          bonds.bndynm.data(),
-                          bonds.bndznm.data()};
+    const BondBuild build = build_into(bonds, ff.specie.data(), ff.rx.data(), ff.ry.data(),
+                                       ff.rz.data(), offsets.centred(), pairs.type.data() + row,
+                                       pairs.cutoff2.data() + row, ff.rx[i], ff.ry[i], ff.rz[i]);
     const int32_t first = ff.nebpnt[i];
     const int32_t entries = ff.nebpnt[i + 1] - first;
     const int32_t* neighbour = ff.nebour.data() + first;

@@ -236,6 +236,11 @@ TEST(BondGeometry, WrittenBondsAreThoseOfAPlainLoop) {
         rz.push_back(coordinate(rng));
         specie.push_back(static_cast<int32_t>(rng() % 3));
     }
+    // The build of the bonds of an atom at (x, y, z) into `bonds`.
+    const auto build_at = [&](BondList& bonds, double x, double y, double z) {
+        return build_into(bonds, specie.data(), rx.data(), ry.data(), rz.data(),
+                          offset.data() + 4 * 13, types.data(), cutoff2.data(), x, y, z);
+    };
     for (int32_t count = 0; count <= 40; ++count) {
         std::vector<int32_t> neighbour, image;
         for (int32_t k = 0; k < count; ++k) {
@@ -244,22 +249,7 @@ TEST(BondGeometry, WrittenBondsAreThoseOfAPlainLoop) {
         }
         BondList bonds;
         bonds.make_room(count);
-        const BondBuild build{specie.data(),
-                              rx.data(),
-                              ry.data(),
-                              rz.data(),
-                              offset.data() + 4 * 13,
-                              types.data(),
-                              cutoff2.data(),
-                              0.25,
-                              -0.5,
-                              0.125,
-                              bonds.neb.data(),
-                              bonds.bndtyp.data(),
-                              bonds.bndlen.data(),
-                              bonds.bndxnm.data(),
-                              bonds.bndynm.data(),
-                              bonds.bndznm.data()};
+        const BondBuild build = build_at(bonds, 0.25, -0.5, 0.125);
         const int32_t written =
             write_normalised_known_bonds(build, neighbour.data(), image.data(), count);
         int32_t expected = 0;
@@ -290,22 +280,7 @@ TEST(BondGeometry, WrittenBondsAreThoseOfAPlainLoop) {
     const int32_t neighbour[] = {3, 7, 5}, image[] = {0, 0, 0};
     BondList bonds;
     bonds.make_room(3);
-    const BondBuild build{specie.data(),
-                          rx.data(),
-                          ry.data(),
-                          rz.data(),
-                          offset.data() + 4 * 13,
-                          types.data(),
-                          cutoff2.data(),
-                          0.0,
-                          0.0,
-                          0.0,
-                          bonds.neb.data(),
-                          bonds.bndtyp.data(),
-                          bonds.bndlen.data(),
-                          bonds.bndxnm.data(),
-                          bonds.bndynm.data(),
-                          bonds.bndznm.data()};
+    const BondBuild build = build_at(bonds, 0.0, 0.0, 0.0);
     EXPECT_EQ(write_normalised_known_bonds(build, neighbour, image, 3), -1);
 }
 
