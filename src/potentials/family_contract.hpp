@@ -144,8 +144,8 @@ struct ImageOffsets {
     const double* centred() const { return xyz + 4 * kImageOffsetCentre; }
 };
 
-// The same, asking the family for the type of each species pair where the list first gives it
-// (a refused pair stops the run there).
+// The bonds among the entries as write_known_bonds writes them, asking the family for the type
+// of each species pair where the list first gives it (a refused pair stops the run there).
 template <PotentialFamily Family>
 [[gnu::noinline]] int32_t write_bonds_learning(Engine& engine, const Family& family,
                                                FamilyPairTable& pairs, int32_t si,
@@ -203,20 +203,17 @@ template <PotentialFamily Family>
         }
         return higher;
     };
+    int32_t written = 0;
     if constexpr (reads_higher_neighbours_only<Family>()) {
+        // A few bonds per atom: built and normalised in two short passes.
         count = gather_higher();
         neighbour = build.neb;
         image = build.bndtyp;
-    }
-    // A family that reads every neighbour has many bonds per atom, whose normalisation gains
-    // from overlapping the build; one that reads the higher neighbours alone has a few, better
-    // built and normalised in two short passes.
-    int32_t written = 0;
-    if constexpr (reads_higher_neighbours_only<Family>()) {
         written = write_known_bonds(build, neighbour, image, count);
         if (written >= 0)
             normalise_bonds(bonds, written);
     } else {
+        // Many bonds per atom, whose normalisation gains from overlapping the build.
         written = write_normalised_known_bonds(build, neighbour, image, count);
     }
     if (written < 0) {
