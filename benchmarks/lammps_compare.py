@@ -378,6 +378,9 @@ def main() -> int:
     parser.add_argument("--huge", action="store_true",
                         help="add 1 024 000 atoms of ackland (slow)")
     parser.add_argument("--repeats", type=int, default=5, help="calls timed per row (median)")
+    parser.add_argument("--rounds", type=int, default=1,
+                        help="fresh processes per row, ours and LAMMPS taking turns; each row "
+                             "keeps its fastest median (a shared machine's speed drifts)")
     parser.add_argument("--output", type=Path,
                         default=Path(__file__).resolve().parent / "RESULTS.md")
     parser.add_argument("--plot", type=Path,
@@ -405,23 +408,35 @@ def main() -> int:
         for system, n in runs:
             system_label = SYSTEMS[system]["label"]
             ours_file = str(Path(workdir) / f"ours-{system}-{n}.npy")
-            ours = run_child(OURS, [system, str(n), str(args.repeats), ours_file], workdir)
-            measured = [("ours (rebuild every call)", ours)]
-            for mode, label in (("rebuild", "LAMMPS, rebuild every step"),
-                                ("reuse", "LAMMPS, default list reuse")):
-                theirs_file = str(Path(workdir) / f"lammps-{system}-{mode}-{n}.npy")
-                theirs = run_child(LAMMPS, [system, str(n), str(args.repeats), theirs_file, mode],
-                                   workdir)
-                energy, typical, force = check_agreement(np.load(ours_file),
-                                                         np.load(theirs_file), ours["atoms"],
-                                                         system)
-                reference = np.load(ours_file)
-                checks.append(f"{system_label}, {ours['atoms']} atoms, {mode}: energy "
-                              f"{energy:.1e} eV/atom "
-                              f"(of {reference[0] / ours['atoms']:.6f}), force {typical:.1e} "
-                              f"eV/A for 99 % of the atoms, {force:.1e} at most (forces up "
-                              f"to {np.max(np.abs(reference[1:])):.3f})")
-                measured.append((label, theirs))
+            modes = (("rebuild", "LAMMPS, rebuild every step"),
+                     ("reuse", "LAMMPS, default list reuse"))
+            fastest: dict[str, dict] = {}
+
+            def keep_fastest(label: str, row: dict) -> None:
+                if label not in fastest or row["seconds"] < fastest[label]["seconds"]:
+                    fastest[label] = row
+
+            for turn in range(max(1, args.rounds)):
+                ours = run_child(OURS, [system, str(n), str(args.repeats), ours_file], workdir)
+                keep_fastest("ours (rebuild every call)", ours)
+                for mode, label in modes:
+                    theirs_file = str(Path(workdir) / f"lammps-{system}-{mode}-{n}.npy")
+                    theirs = run_child(LAMMPS, [system, str(n), str(args.repeats), theirs_file,
+                                                mode], workdir)
+                    keep_fastest(label, theirs)
+                    if turn > 0:
+                        continue
+                    energy, typical, force = check_agreement(np.load(ours_file),
+                                                             np.load(theirs_file),
+                                                             ours["atoms"], system)
+                    reference = np.load(ours_file)
+                    checks.append(f"{system_label}, {ours['atoms']} atoms, {mode}: energy "
+                                  f"{energy:.1e} eV/atom "
+                                  f"(of {reference[0] / ours['atoms']:.6f}), force "
+                                  f"{typical:.1e} eV/A for 99 % of the atoms, {force:.1e} at "
+                                  f"most (forces up to {np.max(np.abs(reference[1:])):.3f})")
+            ours = fastest["ours (rebuild every call)"]
+            measured = list(fastest.items())
             for label, row in measured:
                 atoms, seconds = row["atoms"], row["seconds"]
                 line = (f"| {label:<28} | {system_label:<16} | {atoms:>8} | {seconds:>9.4f} | "
@@ -439,7 +454,10 @@ def main() -> int:
         f"Command: `{command.strip()}`; LAMMPS {version} ({source}); "
         f"{platform.machine()}, {os.cpu_count()} cores shared, `OMP_NUM_THREADS=1`.",
         "",
-        "Seconds per force call are the median of the timed calls. Ours covers the whole "
+        "Seconds per force call are the median of the timed calls"
+        + (f", the fastest of {args.rounds} such medians, each from a fresh process, ours and "
+           "LAMMPS taking turns" if args.rounds > 1 else "")
+        + ". Ours covers the whole "
         "`calcforce` call from Python: staging, cells, neighbour list, evaluation. LAMMPS is "
         "timed over `run 10` (11 force calls) with tables of the same formulas (`eam/fs` for "
         "ACKLAND, `pair_style table spline` for BUCKBW, `coul/long` with `ewald` at our "
