@@ -202,16 +202,15 @@ struct BuckbwFamily {
     [[gnu::flatten]] void interact(Engine& engine, int32_t m, int32_t i) const {
         const BondList& bonds = engine.ff.bonds;
         const BondView bond(bonds);
-        PairTermsOfAtom terms(engine, i);
+        const PairTermSink sink(engine);
         for (int32_t b = bonds.datum[m], end = bonds.datum[m + 1]; b < end; ++b) {
             const int32_t j = bond.neb[b];
             if (!(j > i))
                 continue;
             double v = 0.0, g = 0.0;
             bond_regions(state, bond.type[b], bond.length[b], v, g);
-            terms.add(j, v, g, bond.ux[b], bond.uy[b], bond.uz[b]);
+            sink.add(i, j, v, g, bond.ux[b], bond.uy[b], bond.uz[b]);
         }
-        terms.store();
     }
 };
 

@@ -338,46 +338,6 @@ struct PairTermSink {
     }
 };
 
-// Pair terms booked from one atom i to its neighbours: i's own force and energy are carried in
-// registers and stored once by `store`, since no bond joins an atom to itself and no addition
-// through a neighbour touches them meanwhile (through memory, each addition would wait for the
-// one before to be stored).
-class PairTermsOfAtom {
-  public:
-    PairTermsOfAtom(Engine& engine, int32_t i)
-        : sink_(engine),
-          i_(i),
-          fx_(sink_.fx[i]),
-          fy_(sink_.fy[i]),
-          fz_(sink_.fz[i]),
-          pe_(sink_.pe[i]) {}
-
-    // As PairTermSink::add(i, j, ...).
-    void add(int32_t j, double v, double dvdr, double ux, double uy, double uz) {
-        const double half = 0.5 * v;
-        pe_ += half;
-        sink_.pe[j] += half;
-        const double gx = dvdr * ux, gy = dvdr * uy, gz = dvdr * uz;
-        fx_ += gx;
-        fy_ += gy;
-        fz_ += gz;
-        sink_.fx[j] -= gx;
-        sink_.fy[j] -= gy;
-        sink_.fz[j] -= gz;
-    }
-    void store() const {
-        sink_.fx[i_] = fx_;
-        sink_.fy[i_] = fy_;
-        sink_.fz[i_] = fz_;
-        sink_.pe[i_] = pe_;
-    }
-
-  private:
-    PairTermSink sink_;
-    int32_t i_;
-    double fx_, fy_, fz_, pe_;
-};
-
 // The arrays of the bond list read by an interaction, as plain pointers (see PairTermSink).
 struct BondView {
     const int32_t* neb;
