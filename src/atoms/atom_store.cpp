@@ -26,25 +26,34 @@ std::size_t leading(int32_t n, std::size_t size) {
 }  // namespace
 
 void reallocate_atom_array(AtomStore& store, int32_t n) {
-    std::vector<AtomRecord> fresh;
-    try {
-        fresh.resize(as_size(n));
-    } catch (const std::bad_alloc&) {
-        nrerror("reallocate_atom_array: problem in attempt to allocate memory");
-    } catch (const std::length_error&) {
-        nrerror("reallocate_atom_array: problem in attempt to allocate memory");
+    // A list of a million records is some 70 MB: making it afresh at every call, and again to
+    // shrink it after staging, costs a page fault per 4 kiB. The records are therefore resized
+    // where they stand whenever the memory held (also that of a freed list) can take them and
+    // is not far too large; a list that outgrows its memory is copied into a fresh one.
+    constexpr std::size_t kSlack = 4;
+    const std::size_t size = as_size(n);
+    const std::size_t held = store.list.capacity();
+    if (size > held || held / kSlack > size) {
+        std::vector<AtomRecord> fresh;
+        try {
+            fresh.reserve(size);
+        } catch (const std::bad_alloc&) {
+            nrerror("reallocate_atom_array: problem in attempt to allocate memory");
+        } catch (const std::length_error&) {
+            nrerror("reallocate_atom_array: problem in attempt to allocate memory");
+        }
+        const std::size_t kept = std::min(size, store.list.size());
+        fresh.assign(store.list.begin(), store.list.begin() + static_cast<std::ptrdiff_t>(kept));
+        store.list = std::move(fresh);
     }
-    if (store.list_allocated) {
-        const std::size_t kept = std::min(fresh.size(), store.list.size());
-        std::copy_n(store.list.begin(), kept, fresh.begin());
+    store.list.resize(size);  // within the capacity: new records take their default values
+    if (store.list_allocated)
         ++store.reallocations;
-    }
-    store.list = std::move(fresh);
     store.list_allocated = true;
 }
 
 void free_atom_list_and_species(AtomStore& store) {
-    release_memory(store.list);
+    store.list.clear();  // its memory is kept for the next call's list
     store.list_allocated = false;
     release_memory(store.symbol);
     release_memory(store.anum);

@@ -50,7 +50,7 @@ struct AtomStore {
 // Gives the staged list max(n, 0) records, keeping the first min(n, old length) records when
 // a list existed (and counting that in `reallocations`).
 void reallocate_atom_array(AtomStore& store, int32_t n);
-// Frees the staged list and the species tables.
+// Empties the staged list, keeping its memory for the next list, and frees the species tables.
 void free_atom_list_and_species(AtomStore& store);
 
 // 0-based index of the last of the symbols equal to `sym`, -1 when none matches.

@@ -37,9 +37,36 @@ TEST(AtomStore, ReallocateGrowsAndShrinksKeepingTheLeadingRecords) {
 
     store.symbol = {"Fe"};
     pelix::free_atom_list_and_species(store);
-    EXPECT_EQ(store.list.capacity() + store.symbol.capacity(), 0u);
+    EXPECT_TRUE(store.list.empty());
+    EXPECT_EQ(store.symbol.capacity(), 0u);
     pelix::reallocate_atom_array(store, 1);  // a new list after freeing is not a replacement
     EXPECT_EQ(store.reallocations, 3);
+}
+
+TEST(AtomStore, ANewListReusesTheFreedMemoryWithDefaultRecords) {
+    pelix::AtomStore store;
+    pelix::reallocate_atom_array(store, 40);
+    for (int32_t k = 0; k < 40; ++k)
+        store.list[k] = record(k + 1, 1, 1, 1.0);
+    const pelix::AtomRecord* memory = store.list.data();
+    pelix::free_atom_list_and_species(store);
+    pelix::reallocate_atom_array(store, 30);
+    EXPECT_EQ(store.list.data(), memory);
+    ASSERT_EQ(store.list.size(), 30u);
+    for (const pelix::AtomRecord& atom : store.list) {
+        EXPECT_EQ(atom.id, 0);
+        EXPECT_EQ(atom.x, 0.0);
+        EXPECT_EQ(atom.vz, 0.0);
+    }
+    store.list[29] = record(30, 1, 1);
+    pelix::reallocate_atom_array(store, 35);  // grows where it stands, the new tail default
+    EXPECT_EQ(store.list.data(), memory);
+    EXPECT_EQ(store.list[29].id, 30);
+    EXPECT_EQ(store.list[34].latyp, 0);
+    pelix::reallocate_atom_array(store, 5);  // far smaller: the large memory is given back
+    EXPECT_LE(store.list.capacity(), 5u);
+    EXPECT_EQ(store.list[4].id, 0);
+    EXPECT_EQ(store.reallocations, 2);
 }
 
 TEST(AtomStore, SpeciesLookupAndRegistration) {
