@@ -363,7 +363,10 @@ struct HomeNeighbourhood {
 // cell lookups are made once per cell rather than once per atom. Direct-mapped by cell number.
 class NeighbourhoodCache {
   public:
-    static constexpr std::size_t kSlots = 64;
+    // Room for the neighbourhoods of many columns of cells (1.4 MB): atoms in crystal order
+    // come back to a column's cells row after row. 512 slots instead of 64 made
+    // a 128 000-atom oxide call 3 % faster; 2048 were slower again.
+    static constexpr std::size_t kSlots = 512;
 
     // No more slots than occupied cells, up to kSlots, a power of two (the slot of a cell is
     // its number masked).
