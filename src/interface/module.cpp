@@ -47,8 +47,8 @@ PyObject* module_error = nullptr;
 // library's defaults the freed top of the heap goes back to the kernel, and the next call
 // faults the same pages in again, zeroed: about a fifth of a 16 000-atom call. The module
 // therefore asks the allocator to serve blocks below 32 MiB from the heap (larger ones are
-// mapped on their own) and to keep freed heap for reuse: 64 MiB, or, before each call, as much
-// as a call of that many atoms takes, so that a million-atom call does not fault some 150 MB in
+// mapped on their own) and to keep freed heap for reuse: 64 MiB, or, set before each call, up
+// to 1 kiB per atom of the call, so that a million-atom call does not fault some 150 MB in
 // again. Allocator settings made by the user through the environment are left as they are.
 bool& heap_is_kept() {
     static bool kept = false;
@@ -70,9 +70,10 @@ void keep_freed_heap_for_reuse() {
 #endif
 }
 
-// Heap a force call takes per atom, above the arrays mapped on their own: measured about 150
-// bytes for iron with "ACKLAND" and the Buckingham oxide at a million atoms.
-constexpr int64_t kHeapBytesPerAtom = 256;
+// A bound on the heap a force call takes per atom, above the arrays mapped on their own: well
+// above the 150 to 260 bytes measured (a million iron atoms with "ACKLAND", 629 000 with
+// "ZERO"). No more is kept than the call itself took.
+constexpr int64_t kHeapBytesPerAtom = 1024;
 
 void keep_freed_heap_for_call(int64_t atoms) {
 #if defined(__GLIBC__)
