@@ -364,8 +364,8 @@ struct HomeNeighbourhood {
 class NeighbourhoodCache {
   public:
     // Room for the neighbourhoods of many columns of cells (1.4 MB): atoms in crystal order
-    // come back to a column's cells row after row. 512 slots instead of 64 made
-    // a 128 000-atom oxide call 3 % faster; 2048 were slower again.
+    // come back to a column's cells row after row. 512 slots instead of 64 made a 128 000-atom
+    // oxide call 3 % faster; 2048 were slower again.
     static constexpr std::size_t kSlots = 512;
 
     // No more slots than occupied cells, up to kSlots, a power of two (the slot of a cell is

@@ -185,7 +185,6 @@ def test_resident_memory_stays_flat_over_many_calls(workdir):
     assert final - warm < 1_000_000, (warm, final)
 
 
-
 @pytest.mark.skipif(os.environ.get("PELIX_SANITIZED") == "1",
                     reason="under AddressSanitizer freed memory is held in quarantine")
 def test_a_large_call_finds_the_memory_of_the_last_one_still_mapped(workdir):
