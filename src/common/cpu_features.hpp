@@ -23,4 +23,17 @@ inline bool cpu_has_avx2() {
 #endif
 }
 
+// AVX-512 F and VL: eight doubles per instruction, mask registers, and compresses of 256-bit
+// integer vectors.
+inline bool cpu_has_avx512() {
+#if defined(__x86_64__) && defined(__GNUC__)
+    static const bool supported = __builtin_cpu_supports("avx512f") &&
+                                  __builtin_cpu_supports("avx512vl") &&
+                                  __builtin_cpu_supports("popcnt");
+    return supported;
+#else
+    return false;
+#endif
+}
+
 }  // namespace pelix

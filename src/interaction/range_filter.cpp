@@ -250,6 +250,136 @@ template <RadiusSource kRadius>
                                                     vector_centre, nebour, pbctyp, written);
 }
 
+// The eight-wide form: eight candidates per group, the kept ones packed by a compress within
+// a register (the compress straight to memory is slow on some processors), and the last group
+// of a run loaded and stored under a mask instead of taken one by one. The separation and its
+// square are the same operations in the same order as above.
+struct WideCentre {
+    __m512d x, y, z;
+    __m256i i;
+    __m512d common_cut;
+    __m512d radii;  // radius of species s in lane s, for up to eight species
+    const double* cutoff2;
+};
+
+// (The zero-masked forms: the plain ones start from an undefined register, which GCC 12 reports
+// as used uninitialised.)
+template <RadiusSource kRadius>
+[[gnu::target("avx512f,avx512vl"), gnu::always_inline]] inline __m512d wide_radii_of(
+    const WideCentre& centre, __m256i specie) {
+    constexpr __mmask8 kAll = 0xff;
+    if constexpr (kRadius == RadiusSource::Common)
+        return centre.common_cut;
+    else if constexpr (kRadius == RadiusSource::Register)
+        return _mm512_maskz_permutexvar_pd(kAll, _mm512_maskz_cvtepi32_epi64(kAll, specie),
+                                           centre.radii);
+    else
+        return _mm512_mask_i32gather_pd(_mm512_setzero_pd(), kAll, specie, centre.cutoff2, 8);
+}
+
+template <RadiusSource kRadius, bool kShifted, bool kHoldsCentre>
+[[gnu::target("avx512f,avx512vl,popcnt"), gnu::always_inline]] inline int64_t append_run_avx512(
+    const PackedView& packed, const CandidateRun& run, const WideCentre centre, int32_t* nebour,
+    int32_t* pbctyp, int64_t written) {
+    const __m512d ox = _mm512_set1_pd(run.ox);
+    const __m512d oy = _mm512_set1_pd(run.oy);
+    const __m512d oz = _mm512_set1_pd(run.oz);
+    const __m256i image = _mm256_set1_epi32(run.image);
+    const double* x = packed.x;
+    const double* y = packed.y;
+    const double* z = packed.z;
+    const int32_t* specie = packed.specie;
+    const int32_t* atom = packed.atom;
+    const int32_t end = run.end;
+    for (int32_t m = run.first; m < end; m += 8) {
+        // All eight lanes while eight candidates remain, the remaining ones in the last group.
+        const int left = end - m;
+        const __mmask8 lanes =
+            left >= 8 ? static_cast<__mmask8>(0xff) : static_cast<__mmask8>((1u << left) - 1);
+        __m512d px = _mm512_maskz_loadu_pd(lanes, x + m);
+        __m512d py = _mm512_maskz_loadu_pd(lanes, y + m);
+        __m512d pz = _mm512_maskz_loadu_pd(lanes, z + m);
+        if constexpr (kShifted) {
+            px = _mm512_sub_pd(px, ox);
+            py = _mm512_sub_pd(py, oy);
+            pz = _mm512_sub_pd(pz, oz);
+        }
+        const __m512d dx = _mm512_sub_pd(px, centre.x);
+        const __m512d dy = _mm512_sub_pd(py, centre.y);
+        const __m512d dz = _mm512_sub_pd(pz, centre.z);
+        const __m512d r2 = _mm512_add_pd(
+            _mm512_add_pd(_mm512_mul_pd(dx, dx), _mm512_mul_pd(dy, dy)), _mm512_mul_pd(dz, dz));
+        __m512d cut = centre.common_cut;
+        if constexpr (kRadius != RadiusSource::Common)
+            cut = wide_radii_of<kRadius>(centre, _mm256_maskz_loadu_epi32(lanes, specie + m));
+        const __m256i atoms = _mm256_maskz_loadu_epi32(lanes, atom + m);
+        __mmask8 keep = _mm512_mask_cmp_pd_mask(lanes, r2, cut, _CMP_LT_OQ);
+        if constexpr (kHoldsCentre)
+            keep = static_cast<__mmask8>(keep & ~_mm256_cmpeq_epi32_mask(atoms, centre.i));
+        const unsigned kept = static_cast<unsigned>(_mm_popcnt_u32(keep));
+        const __m256i packed_atoms = _mm256_maskz_compress_epi32(keep, atoms);
+        if (left >= 8) {
+            // Eight slots from the next free one: the kept entries, then whatever (the room
+            // for every candidate of the runs covers them, as in the four-wide form).
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(nebour + written), packed_atoms);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(pbctyp + written), image);
+        } else {
+            const __mmask8 written_lanes = static_cast<__mmask8>((1u << kept) - 1);
+            _mm256_mask_storeu_epi32(nebour + written, written_lanes, packed_atoms);
+            _mm256_mask_storeu_epi32(pbctyp + written, written_lanes, image);
+        }
+        written += kept;
+    }
+    return written;
+}
+
+template <RadiusSource kRadius>
+[[gnu::target("avx512f,avx512vl,popcnt")]] int64_t append_runs_avx512(
+    const PackedView& packed, const CandidateRun* runs, const uint8_t* chosen, int count,
+    int32_t centre_slot, const WideCentre& centre, int32_t* nebour, int32_t* pbctyp,
+    int64_t written) {
+    for (int c = 0; c < count; ++c) {
+        const CandidateRun& run = runs[chosen[c]];
+        const bool shifted = run.ox != 0.0 || run.oy != 0.0 || run.oz != 0.0;
+        const bool holds_centre = run.first <= centre_slot && centre_slot < run.end;
+        if (holds_centre) {
+            written = shifted ? append_run_avx512<kRadius, true, true>(packed, run, centre, nebour,
+                                                                       pbctyp, written)
+                              : append_run_avx512<kRadius, false, true>(packed, run, centre, nebour,
+                                                                        pbctyp, written);
+        } else {
+            written = shifted ? append_run_avx512<kRadius, true, false>(packed, run, centre, nebour,
+                                                                        pbctyp, written)
+                              : append_run_avx512<kRadius, false, false>(packed, run, centre,
+                                                                         nebour, pbctyp, written);
+        }
+    }
+    return written;
+}
+
+[[gnu::target("avx512f,avx512vl,popcnt")]] int64_t append_avx512(
+    const PackedView& packed, const CandidateRun* runs, const uint8_t* chosen, int count,
+    const FilterCentre& centre, int32_t* nebour, int32_t* pbctyp, int64_t written) {
+    double radii[8] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+    for (int32_t s = 0; s < centre.species && s < 8; ++s)
+        radii[s] = centre.cutoff2[s];
+    const WideCentre wide{_mm512_set1_pd(centre.x),
+                          _mm512_set1_pd(centre.y),
+                          _mm512_set1_pd(centre.z),
+                          _mm256_set1_epi32(centre.i),
+                          _mm512_set1_pd(centre.common_cutoff2),
+                          _mm512_loadu_pd(radii),
+                          centre.cutoff2};
+    if (!std::isnan(centre.common_cutoff2))
+        return append_runs_avx512<RadiusSource::Common>(packed, runs, chosen, count, centre.slot,
+                                                        wide, nebour, pbctyp, written);
+    if (centre.species <= 8)
+        return append_runs_avx512<RadiusSource::Register>(packed, runs, chosen, count, centre.slot,
+                                                          wide, nebour, pbctyp, written);
+    return append_runs_avx512<RadiusSource::Gathered>(packed, runs, chosen, count, centre.slot,
+                                                      wide, nebour, pbctyp, written);
+}
+
 #endif
 
 }  // namespace
@@ -257,28 +387,43 @@ template <RadiusSource kRadius>
 int choose_reached_cells(const CellBoxes& boxes, const double* reach2, double x, double y, double z,
                          uint8_t* chosen) {
 #if defined(PELIX_RANGE_FILTER_AVX2)
-    if (range_filter_is_vectorised())
+    if (cpu_has_avx2())
         return choose_avx2(boxes, reach2, x, y, z, chosen);
 #endif
     return choose_scalar(boxes, reach2, x, y, z, chosen);
 }
 
-bool range_filter_is_vectorised() {
+std::vector<FilterPath> available_filter_paths() {
+    std::vector<FilterPath> paths{FilterPath::Scalar};
 #if defined(PELIX_RANGE_FILTER_AVX2)
-    return cpu_has_avx2();
-#else
-    return false;
+    if (cpu_has_avx2())
+        paths.push_back(FilterPath::Avx2);
+    if (cpu_has_avx512())
+        paths.push_back(FilterPath::Avx512);
 #endif
+    return paths;
+}
+
+int64_t append_within_range_on(FilterPath path, const PackedView& packed, const CandidateRun* runs,
+                               const uint8_t* chosen, int count, const FilterCentre& centre,
+                               int32_t* nebour, int32_t* pbctyp, int64_t written) {
+#if defined(PELIX_RANGE_FILTER_AVX2)
+    if (path == FilterPath::Avx512)
+        return append_avx512(packed, runs, chosen, count, centre, nebour, pbctyp, written);
+    if (path == FilterPath::Avx2)
+        return append_avx2(packed, runs, chosen, count, centre, nebour, pbctyp, written);
+#else
+    (void)path;
+#endif
+    return append_scalar(packed, runs, chosen, count, centre, nebour, pbctyp, written);
 }
 
 int64_t append_within_range(const PackedView& packed, const CandidateRun* runs,
                             const uint8_t* chosen, int count, const FilterCentre& centre,
                             int32_t* nebour, int32_t* pbctyp, int64_t written) {
-#if defined(PELIX_RANGE_FILTER_AVX2)
-    if (range_filter_is_vectorised())
-        return append_avx2(packed, runs, chosen, count, centre, nebour, pbctyp, written);
-#endif
-    return append_scalar(packed, runs, chosen, count, centre, nebour, pbctyp, written);
+    static const FilterPath best = available_filter_paths().back();
+    return append_within_range_on(best, packed, runs, chosen, count, centre, nebour, pbctyp,
+                                  written);
 }
 
 }  // namespace pelix

@@ -1,11 +1,12 @@
 #pragma once
 // The innermost loop of the neighbour-list build: the atoms of a run of packed cell entries are
 // tested against the pair radii of atom i, and the ones within range are written to the list in
-// the order of the run. Four candidates are tested at a time where the processor has AVX2 (the
-// choice is made at run time, so the module still loads on any x86-64); the vector and the
-// scalar loop compute the separation with the same operations in the same order and keep
-// exactly the same entries.
+// the order of the run. Eight candidates are tested at a time where the processor has AVX-512,
+// four where it has AVX2 (the choice is made at run time, so the module still loads on any
+// x86-64); the vector and the scalar loops compute the separation with the same operations in
+// the same order and keep exactly the same entries.
 #include <cstdint>
+#include <vector>
 
 namespace pelix {
 
@@ -67,7 +68,17 @@ struct CellBoxes {
 int choose_reached_cells(const CellBoxes& boxes, const double* reach2, double x, double y, double z,
                          uint8_t* chosen);
 
-// True when the vector form of the filter is used on this processor.
-bool range_filter_is_vectorised();
+// The forms of append_within_range: a plain loop, four candidates at a time (AVX2) and eight
+// at a time (AVX-512). All keep exactly the same entries.
+enum class FilterPath { Scalar, Avx2, Avx512 };
+
+// The forms this processor can take, the plain loop first and the fastest last
+// (append_within_range takes the last).
+std::vector<FilterPath> available_filter_paths();
+
+// append_within_range by the given form, which must be one of the available ones.
+int64_t append_within_range_on(FilterPath path, const PackedView& packed, const CandidateRun* runs,
+                               const uint8_t* chosen, int count, const FilterCentre& centre,
+                               int32_t* nebour, int32_t* pbctyp, int64_t written);
 
 }  // namespace pelix

@@ -45,16 +45,18 @@ std::vector<std::pair<int32_t, int32_t>> kept_by_plain_loop(const Candidates& c,
 TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
     std::mt19937_64 rng(11);
     std::uniform_real_distribution<double> coordinate(-4.0, 4.0);
-    // Radius 3, 2, 3.5 (and 1, 4) by species: three species, whose radii the vector form holds
-    // in a register, and five, which it gathers from memory.
-    const std::vector<double> mixed{9.0, 4.0, 12.25, 1.0, 16.0};
-    const std::vector<double> common{6.25, 6.25, 6.25, 6.25, 6.25};
-    for (int trial = 0; trial < 200; ++trial) {
-        const int32_t species = trial % 4 < 2 ? 3 : 5;
+    // Radius 3, 2, 3.5 (and 1, 4, 1.5, 2.5, 3.2, 0.5) by species: three species, whose radii
+    // both vector forms hold in a register; five, which the four-wide form gathers from memory;
+    // nine, which both gather.
+    const std::vector<double> mixed{9.0, 4.0, 12.25, 1.0, 16.0, 2.25, 6.25, 10.24, 0.25};
+    const std::vector<double> common(9, 6.25);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int32_t species = trial % 6 < 2 ? 3 : (trial % 6 < 4 ? 5 : 9);
         Candidates c;
         std::vector<CandidateRun> runs;
-        // Runs of every length from 0 to 9, so that groups of four end at every remainder.
-        for (int32_t length = trial % 10, r = 0; r < 4; ++r, length = (length + 3) % 10) {
+        // Runs of every length from 0 to 18, so that groups of four and of eight end at every
+        // remainder.
+        for (int32_t length = trial % 19, r = 0; r < 4; ++r, length = (length + 5) % 19) {
             const auto first = static_cast<int32_t>(c.atom.size());
             for (int32_t k = 0; k < length; ++k) {
                 c.atom.push_back(static_cast<int32_t>(rng() % 40));
@@ -99,16 +101,19 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
             chosen.push_back(static_cast<uint8_t>(r));
         if (trial % 2 == 1)
             std::rotate(chosen.begin(), chosen.end() - 1, chosen.end());
-        std::vector<int32_t> nebour(c.atom.size() + 1, -7), pbctyp(c.atom.size() + 1, -7);
-        const int64_t written = append_within_range(c.view(), runs.data(), chosen.data(),
-                                                    static_cast<int>(chosen.size()), centre,
-                                                    nebour.data(), pbctyp.data(), 0);
-
         const auto expected = kept_by_plain_loop(c, runs, chosen, centre);
-        ASSERT_EQ(written, static_cast<int64_t>(expected.size())) << "trial " << trial;
-        for (std::size_t e = 0; e < expected.size(); ++e) {
-            EXPECT_EQ(nebour[e], expected[e].first) << "trial " << trial << " entry " << e;
-            EXPECT_EQ(pbctyp[e], expected[e].second) << "trial " << trial << " entry " << e;
+        for (const FilterPath path : available_filter_paths()) {
+            const int form = static_cast<int>(path);
+            std::vector<int32_t> nebour(c.atom.size() + 1, -7), pbctyp(c.atom.size() + 1, -7);
+            const int64_t written = append_within_range_on(
+                path, c.view(), runs.data(), chosen.data(), static_cast<int>(chosen.size()), centre,
+                nebour.data(), pbctyp.data(), 0);
+            ASSERT_EQ(written, static_cast<int64_t>(expected.size()))
+                << "trial " << trial << " form " << form;
+            for (std::size_t e = 0; e < expected.size(); ++e) {
+                EXPECT_EQ(nebour[e], expected[e].first) << "trial " << trial << " form " << form;
+                EXPECT_EQ(pbctyp[e], expected[e].second) << "trial " << trial << " form " << form;
+            }
         }
     }
 }
@@ -123,12 +128,61 @@ TEST(RangeFilter, NotANumberIsNeverWithinRange) {
     const uint8_t chosen[] = {0};
     const double radius2 = 1.0;
     const FilterCentre centre{0, -1, 0.0, 0.0, 0.0, &radius2, radius2, 1};
-    std::vector<int32_t> nebour(6), pbctyp(6);
-    const int64_t written = append_within_range(c.view(), runs.data(), chosen, 1, centre,
-                                                nebour.data(), pbctyp.data(), 0);
-    ASSERT_EQ(written, 4);
-    EXPECT_EQ(std::vector<int32_t>(nebour.begin(), nebour.begin() + 4),
-              (std::vector<int32_t>{1, 3, 4, 5}));
+    for (const FilterPath path : available_filter_paths()) {
+        std::vector<int32_t> nebour(6), pbctyp(6);
+        const int64_t written = append_within_range_on(path, c.view(), runs.data(), chosen, 1,
+                                                       centre, nebour.data(), pbctyp.data(), 0);
+        ASSERT_EQ(written, 4);
+        EXPECT_EQ(std::vector<int32_t>(nebour.begin(), nebour.begin() + 4),
+                  (std::vector<int32_t>{1, 3, 4, 5}));
+    }
+}
+
+// Separations whose square, rounded after every multiplication and addition, lies one way of
+// the radius while the forms with a fused multiply-add lie the other way: every form of the
+// filter must round step by step (12 candidates, a group of eight and four after it).
+TEST(RangeFilter, SquaresAreRoundedStepByStep) {
+    std::mt19937_64 rng(5);
+    std::uniform_real_distribution<double> coordinate(-3.0, 3.0);
+    const auto stepwise = [](double x, double y, double z) { return x * x + y * y + z * z; };
+    const auto fused_forms = [](double x, double y, double z) {
+        const double xx = x * x;
+        return std::vector<double>{std::fma(z, z, std::fma(y, y, xx)), std::fma(z, z, xx + y * y),
+                                   std::fma(y, y, xx) + z * z};
+    };
+    for (const bool fused_is_below : {true, false}) {
+        double x = 0, y = 0, z = 0;
+        for (;;) {
+            x = coordinate(rng), y = coordinate(rng), z = coordinate(rng);
+            const double r2 = stepwise(x, y, z);
+            const auto fused = fused_forms(x, y, z);
+            if (std::all_of(fused.begin(), fused.end(),
+                            [&](double f) { return fused_is_below ? f < r2 : f > r2; }))
+                break;
+        }
+        // Stepwise, the candidates are beyond a radius at their square, and within one just
+        // above it; the fused forms would say the opposite.
+        const double r2 = stepwise(x, y, z);
+        const double radius2 = fused_is_below ? r2 : std::nextafter(r2, 1e9);
+        Candidates c;
+        for (int32_t k = 0; k < 12; ++k) {
+            c.atom.push_back(k);
+            c.specie.push_back(0);
+            c.x.push_back(x);
+            c.y.push_back(y);
+            c.z.push_back(z);
+        }
+        const std::vector<CandidateRun> runs{{0, 12, 0, 0.0, 0.0, 0.0}};
+        const uint8_t chosen[] = {0};
+        const FilterCentre centre{-1, -1, 0.0, 0.0, 0.0, &radius2, radius2, 1};
+        for (const FilterPath path : available_filter_paths()) {
+            std::vector<int32_t> nebour(13), pbctyp(13);
+            EXPECT_EQ(append_within_range_on(path, c.view(), runs.data(), chosen, 1, centre,
+                                             nebour.data(), pbctyp.data(), 0),
+                      fused_is_below ? 0 : 12)
+                << "form " << static_cast<int>(path);
+        }
+    }
 }
 
 // Cells chosen by the gap from a point to their boxes, against the gaps worked out one by one:
