@@ -21,15 +21,17 @@ namespace pelix {
 
 // Scratch of the per-atom evaluation, kept by a family from one atom to the next so that it is
 // allocated once per evaluation: the slots, pair types and lengths of the bonds to neighbours of
-// higher index, their pair terms, and the density terms of every bond of the atom.
+// higher index, their pair terms, the density terms of every bond of the atom, and the bonds
+// whose density has a slope.
 struct EmbeddingScratch {
-    std::vector<int32_t> higher, type;
+    std::vector<int32_t> higher, type, sloped;
     std::vector<double> length, value, slope, density, density_slope;
 
     void fit(std::size_t bonds) {
         if (higher.size() >= bonds)
             return;
         higher.resize(bonds);
+        sloped.resize(bonds);
         type.resize(bonds);
         length.resize(bonds);
         value.resize(bonds);
@@ -62,6 +64,12 @@ auto bond_by_bond(const Term& term) {
 // dependent additions then runs alongside the pair terms instead of holding up the embedding.
 // Atom i's own force and energy are carried in registers through the passes and stored once:
 // no bond joins an atom to itself, so no addition through a neighbour touches them.
+//
+// A bond beyond the reach of the density (its slope exactly zero, so that its length is finite
+// and not zero) has an embedding force of exactly zero; those additions are left out. That changes no bit: the force sums start at +0 and only ever add or
+// subtract, which can never give -0, and adding or subtracting a zero of either sign leaves any
+// other value as it is. It spares most of the scattered additions to the neighbours' forces
+// (in bcc iron, 32 of the 58 bonds lie beyond the density's last knot).
 template <class PairTerms, class DensityTerms>
 void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScratch& scratch,
                              double guard, const PairTerms& pair_terms,
@@ -127,10 +135,26 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
 
     const double s = std::sqrt(rho);
     pei -= s;
-    const double c = s > guard ? -0.5 / s : 0.0;
-
-    for (int32_t b = first; b < last; ++b) {
-        add_bond_force(b, neb[b], density_slope[b - first] * c);
+    if (!(s > guard)) {
+        // The embedding force dropped: zeros again, but a bond between coincident atoms (unit
+        // vector not a number) still makes the forces not a number, as the refusal of such
+        // calls expects.
+        for (int32_t b = first; b < last; ++b)
+            add_bond_force(b, neb[b], density_slope[b - first] * 0.0);
+    } else {
+        const double c = -0.5 / s;
+        // The bonds whose density has a slope, in bond order, found without a branch on the
+        // length.
+        int32_t* sloped = scratch.sloped.data();
+        int32_t count_sloped = 0;
+        for (int32_t k = 0; k < last - first; ++k) {
+            sloped[count_sloped] = k;
+            count_sloped += density_slope[k] != 0.0 ? 1 : 0;
+        }
+        for (int32_t n = 0; n < count_sloped; ++n) {
+            const int32_t b = first + sloped[n];
+            add_bond_force(b, neb[b], density_slope[sloped[n]] * c);
+        }
     }
     fx[i] = fxi;
     fy[i] = fyi;

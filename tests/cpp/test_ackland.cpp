@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -20,6 +21,7 @@ namespace pelix {
 namespace {
 
 using test_support::nrerror_line;
+using test_support::set_neighbour_lists;
 using test_support::two_atom_bond_engine;
 
 constexpr int32_t kFe = 26, kAg = 47, kAu = 79;
@@ -194,6 +196,119 @@ TEST(Ackland, DimersCarryHalfThePairTermAndTheirOwnEmbedding) {
     ASSERT_LT(std::sqrt(kFeAr[2] * std::pow(4.2 - faint, 3)), 1e-12);
     EXPECT_EQ(dimer(kFe, faint).ff.fx[1], ackland_pair(state, 1, faint).f);
     EXPECT_GT(std::abs(dimer(kFe, felt).ff.fx[1] - ackland_pair(state, 1, felt).f), 1e-4);
+}
+
+// The evaluation step by step as the family defines it, one bond at a time with the family's
+// own pair and density terms: for each atom in order, its bonds in list order (those strictly
+// within 5.3 A), the pair terms of the neighbours of higher index, the density of every bond,
+// the embedding energy, then the embedding force of every bond, zero or not.
+void evaluate_step_by_step(Engine& engine) {
+    const AcklandState& state = engine.families.ackland;
+    ForceFieldState& ff = engine.ff;
+    std::vector<double>& pe = engine.atoms.pe;
+    for (int32_t i = 0; i < engine.sd.myltpnebs; ++i) {
+        struct Bond {
+            int32_t j;
+            double r, ux, uy, uz;
+        };
+        std::vector<Bond> bonds;
+        for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
+            const int32_t j = ff.nebour[k];
+            const double dx = ff.rx[j] - ff.rx[i], dy = ff.ry[j] - ff.ry[i],
+                         dz = ff.rz[j] - ff.rz[i];
+            const double r2 = dx * dx + dy * dy + dz * dz;
+            if (r2 < 28.09) {
+                const double r = std::sqrt(r2);
+                bonds.push_back({j, r, dx / r, dy / r, dz / r});
+            }
+        }
+        double rho = 0.0;
+        std::vector<double> drho;
+        for (const Bond& b : bonds) {
+            if (b.j > i) {
+                const PairValue pair = ackland_bond_pair(state, 1, b.r);
+                pe[i] += 0.5 * pair.v;
+                pe[b.j] += 0.5 * pair.v;
+                ff.fx[i] -= pair.f * b.ux;
+                ff.fy[i] -= pair.f * b.uy;
+                ff.fz[i] -= pair.f * b.uz;
+                ff.fx[b.j] += pair.f * b.ux;
+                ff.fy[b.j] += pair.f * b.uy;
+                ff.fz[b.j] += pair.f * b.uz;
+            }
+            const DensityValue density = ackland_density(state, 1, b.r);
+            rho += density.rho;
+            drho.push_back(density.drho);
+        }
+        const double s = std::sqrt(rho);
+        pe[i] -= s;
+        const double c = s > kAcklandEmbeddingGuard ? -0.5 / s : 0.0;
+        for (std::size_t b = 0; b < bonds.size(); ++b) {
+            const double g = drho[b] * c;
+            ff.fx[i] += g * bonds[b].ux;
+            ff.fy[i] += g * bonds[b].uy;
+            ff.fz[i] += g * bonds[b].uz;
+            ff.fx[bonds[b].j] -= g * bonds[b].ux;
+            ff.fy[bonds[b].j] -= g * bonds[b].uy;
+            ff.fz[bonds[b].j] -= g * bonds[b].uz;
+        }
+    }
+}
+
+TEST(Ackland, ClusterGetsTheBitsOfTheEvaluationStepByStep) {
+    // A loose iron cluster (bonds from the screened repulsion out to beyond the density's last
+    // knot at 4.2 A, whose embedding forces are exact zeros), every atom listing every other in
+    // a shuffled order; and a pair of atoms on their own just inside that knot, whose faint
+    // density leaves their embedding force to the guard.
+    const auto cluster = [] {
+        std::mt19937_64 rng(5);
+        std::uniform_real_distribution<double> coordinate(0.0, 9.0);
+        Engine engine;
+        engine.atoms.anum = {kFe};
+        ForceFieldState& ff = engine.ff;
+        for (int a = 0; a < 40; ++a) {
+            ff.rx.push_back(coordinate(rng));
+            ff.ry.push_back(coordinate(rng));
+            ff.rz.push_back(coordinate(rng));
+        }
+        for (const double x : {50.0, 50.0 + 4.2 - 1e-8}) {
+            ff.rx.push_back(x);
+            ff.ry.push_back(0.0);
+            ff.rz.push_back(0.0);
+        }
+        const std::size_t n = ff.rx.size();
+        ff.specie.assign(n, 0);
+        ff.potnum.assign(1, 1);
+        std::vector<std::vector<std::pair<int32_t, int32_t>>> lists(n);
+        for (std::size_t i = 0; i < n; ++i) {
+            for (std::size_t j = 0; j < n; ++j) {
+                if (j != i)
+                    lists[i].emplace_back(static_cast<int32_t>(j), 0);
+            }
+            std::shuffle(lists[i].begin(), lists[i].end(), rng);
+        }
+        set_neighbour_lists(engine, lists);
+        setup_prms_for_ackland(engine, 1);
+        return engine;
+    };
+    Engine engine = cluster();
+    Engine reference = cluster();
+    ackland_call(engine);
+    evaluate_step_by_step(reference);
+
+    const int32_t n = engine.sd.myltpnebs;
+    const auto same_bits = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
+    for (int32_t i = 0; i < n; ++i) {
+        EXPECT_TRUE(same_bits(engine.atoms.pe[i], reference.atoms.pe[i])) << i;
+        EXPECT_TRUE(same_bits(engine.ff.fx[i], reference.ff.fx[i])) << i;
+        EXPECT_TRUE(same_bits(engine.ff.fy[i], reference.ff.fy[i])) << i;
+        EXPECT_TRUE(same_bits(engine.ff.fz[i], reference.ff.fz[i])) << i;
+    }
+    // The lone pair: its embedding energy stays, its embedding force is dropped.
+    const double faint = engine.ff.rx[n - 1] - engine.ff.rx[n - 2];
+    const PairValue pair = ackland_pair(engine.families.ackland, 1, faint);
+    EXPECT_LT(engine.atoms.pe[n - 1], 0.5 * pair.v);
+    EXPECT_EQ(engine.ff.fx[n - 1], pair.f);
 }
 
 TEST(Ackland, BondListHoldsThreeHundredBondsPerAtomAndOnlyBondsWithinTheCutOff) {
