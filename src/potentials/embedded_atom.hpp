@@ -66,10 +66,11 @@ auto bond_by_bond(const Term& term) {
 // no bond joins an atom to itself, so no addition through a neighbour touches them.
 //
 // A bond beyond the reach of the density (its slope exactly zero, so that its length is finite
-// and not zero) has an embedding force of exactly zero; those additions are left out. That changes no bit: the force sums start at +0 and only ever add or
-// subtract, which can never give -0, and adding or subtracting a zero of either sign leaves any
-// other value as it is. It spares most of the scattered additions to the neighbours' forces
-// (in bcc iron, 32 of the 58 bonds lie beyond the density's last knot).
+// and not zero) has an embedding force of exactly zero; those additions are left out. That changes
+// no bit: the force sums start at +0 and only ever add or subtract, which can never give -0, and
+// adding or subtracting a zero of either sign leaves any other value as it is. It spares most of
+// the scattered additions to the neighbours' forces (in bcc iron, 32 of the 58 bonds lie beyond the
+// density's last knot).
 template <class PairTerms, class DensityTerms>
 void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScratch& scratch,
                              double guard, const PairTerms& pair_terms,
