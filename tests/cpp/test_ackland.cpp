@@ -59,6 +59,11 @@ Expected cubes(const std::array<double, N>& x, const std::array<double, N>& c, d
     return out;
 }
 
+// Whether two doubles are the same bit pattern (a signed zero or a NaN included).
+bool same_bits(double a, double b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
 AcklandState set_up() {
     Engine engine;
     setup_prms_for_ackland(engine, 2);
@@ -136,7 +141,6 @@ TEST(Ackland, KnotSumsOfManyDistancesAreThoseOfOneAtATime) {
     for (double knot : state.rs[0])
         r.push_back(knot);
     r.insert(r.end(), {1e100, -1e101, std::nan(""), 2.5, 1e-300});
-    const auto same_bits = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
     for (std::size_t t = 0; t < 2; ++t) {
         for (std::size_t n : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{4},
                               std::size_t{5}, std::size_t{9}, r.size()}) {
@@ -212,6 +216,15 @@ void evaluate_step_by_step(Engine& engine) {
             double r, ux, uy, uz;
         };
         std::vector<Bond> bonds;
+        // g along the bond's unit vector added to atom i, its opposite to the neighbour.
+        const auto push_apart = [&](const Bond& b, double g) {
+            ff.fx[i] += g * b.ux;
+            ff.fy[i] += g * b.uy;
+            ff.fz[i] += g * b.uz;
+            ff.fx[b.j] -= g * b.ux;
+            ff.fy[b.j] -= g * b.uy;
+            ff.fz[b.j] -= g * b.uz;
+        };
         for (int32_t k = ff.nebpnt[i]; k < ff.nebpnt[i + 1]; ++k) {
             const int32_t j = ff.nebour[k];
             const double dx = ff.rx[j] - ff.rx[i], dy = ff.ry[j] - ff.ry[i],
@@ -229,12 +242,7 @@ void evaluate_step_by_step(Engine& engine) {
                 const PairValue pair = ackland_bond_pair(state, 1, b.r);
                 pe[i] += 0.5 * pair.v;
                 pe[b.j] += 0.5 * pair.v;
-                ff.fx[i] -= pair.f * b.ux;
-                ff.fy[i] -= pair.f * b.uy;
-                ff.fz[i] -= pair.f * b.uz;
-                ff.fx[b.j] += pair.f * b.ux;
-                ff.fy[b.j] += pair.f * b.uy;
-                ff.fz[b.j] += pair.f * b.uz;
+                push_apart(b, -pair.f);
             }
             const DensityValue density = ackland_density(state, 1, b.r);
             rho += density.rho;
@@ -243,15 +251,8 @@ void evaluate_step_by_step(Engine& engine) {
         const double s = std::sqrt(rho);
         pe[i] -= s;
         const double c = s > kAcklandEmbeddingGuard ? -0.5 / s : 0.0;
-        for (std::size_t b = 0; b < bonds.size(); ++b) {
-            const double g = drho[b] * c;
-            ff.fx[i] += g * bonds[b].ux;
-            ff.fy[i] += g * bonds[b].uy;
-            ff.fz[i] += g * bonds[b].uz;
-            ff.fx[bonds[b].j] -= g * bonds[b].ux;
-            ff.fy[bonds[b].j] -= g * bonds[b].uy;
-            ff.fz[bonds[b].j] -= g * bonds[b].uz;
-        }
+        for (std::size_t b = 0; b < bonds.size(); ++b)
+            push_apart(bonds[b], drho[b] * c);
     }
 }
 
@@ -297,7 +298,6 @@ TEST(Ackland, ClusterGetsTheBitsOfTheEvaluationStepByStep) {
     evaluate_step_by_step(reference);
 
     const int32_t n = engine.sd.myltpnebs;
-    const auto same_bits = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
     for (int32_t i = 0; i < n; ++i) {
         EXPECT_TRUE(same_bits(engine.atoms.pe[i], reference.atoms.pe[i])) << i;
         EXPECT_TRUE(same_bits(engine.ff.fx[i], reference.ff.fx[i])) << i;
