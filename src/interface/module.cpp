@@ -256,7 +256,7 @@ bool fix_rank1_dimension(PyArrayObject* arr, npy_intp& dim) {
             }
             return false;
         }
-        if (dim == 0)
+        if (dim == 0 && size != 0)
             dim = 1;
     } else {
         dim = d;
@@ -359,7 +359,7 @@ bool array_inout(ArrayRef& out, int typenum, npy_intp dim, PyObject* obj, const 
         out.length = dim;
         return true;
     }
-    std::string text = "failed to initialize intent(inout) array";
+    std::string text = "failed to initialize intent(inout|inplace|cache) array";
     char buf[96];
     if (!contiguous)
         text += " -- input not contiguous";
