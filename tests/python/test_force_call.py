@@ -126,6 +126,19 @@ def test_fatal_errors_end_the_process_after_the_callers_output(workdir):
                      "program terminated by nerror"]
 
 
+def test_a_call_without_atoms_converts_and_stops_in_the_neighbour_set_up(workdir):
+    done = workdir.run(
+        """
+        empty = np.zeros(0)
+        P.calcforce(-1, "Fe", np.zeros(0, np.int32), empty, empty, np.zeros(0), np.zeros(0),
+                    np.zeros(0), 10.0, 10.0, 10.0, np.zeros(0, np.int32), np.zeros(0, np.int32))
+        """
+    )
+    assert done.returncode == 1, done.stdout + done.stderr
+    assert [line.strip() for line in done.stdout.splitlines()] == [
+        "nrerror: SETUP_NEBOUR_PARAMETERS: myLTpnebs == 0?", "program terminated by nerror"]
+
+
 def test_missing_run_configuration_is_a_clear_input_error(workdir):
     (workdir.path / "pelix.IN").unlink()
     done = workdir.run(
