@@ -230,6 +230,44 @@ TEST_F(MultipoleSettingsFiles, OpenBoxTreeGivesHalfTheCoulombPotentialPerAtom) {
     }
 }
 
+TEST_F(MultipoleSettingsFiles, UnchargedAtomsMayLieOutsideTheTreeBox) {
+    // +1 and -1 3 A apart inside the box (0..20 on each axis), atom 2 uncharged at x = 25:
+    // the pair's Coulomb energy, no Coulomb force on the uncharged atom, tracked box or not.
+    // A charged atom outside a box that does not follow the charges stops, named by number.
+    const auto evaluate = [&](bool resize, double q_outside) {
+        write_dpmta({20.0, 20.0, 20.0}, {10.0, 10.0, 10.0}, resize);
+        Engine engine;
+        engine.config.multipole_flag = 0;
+        engine.atoms.mylt = 3;
+        ForceFieldState& ff = engine.ff;
+        ff.rx = {10.0, 13.0, 25.0};
+        ff.ry = ff.rz = {10.0, 10.0, 10.0};
+        ff.charg = {1.0, -1.0, q_outside};
+        ff.fx.assign(3, 0.0);
+        ff.fy.assign(3, 0.0);
+        ff.fz.assign(3, 0.0);
+        engine.atoms.pe.assign(3, 0.0);
+        setup_prms_for_electrostatics(engine);
+        electrostatics_call(engine);
+        return engine;
+    };
+    for (bool resize : {false, true}) {
+        const Engine engine = evaluate(resize, 0.0);
+        const std::vector<double>& pe = engine.atoms.pe;
+        EXPECT_NEAR(pe[0] + pe[1] + pe[2], -14.39964392951822 / 3.0, 1e-9) << resize;
+        EXPECT_NEAR(engine.ff.fx[0], 14.39964392951822 / 9.0, 1e-9) << resize;
+        EXPECT_EQ(engine.ff.fx[2], 0.0);
+        EXPECT_EQ(pe[2], 0.0);
+    }
+    try {
+        evaluate(false, 0.5);
+        ADD_FAILURE() << "a charged atom outside a fixed box must stop";
+    } catch (const FatalError& error) {
+        EXPECT_NE(error.lines().at(0).find("FPMTAFORCE: PARTICLE 3 AT 25"), std::string::npos)
+            << error.lines().at(0);
+    }
+}
+
 TEST_F(MultipoleSettingsFiles, FmmpSettingsAreFifteenLines) {
     scratch_.write("fmmp.IN", "2\n1\n0\n3\n4\n5\n1.5\n0\n0\n0\n2.5\n0\n0\n0\n3.5 last\n");
     read_fmmp_in(engine_);

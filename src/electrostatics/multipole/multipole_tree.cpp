@@ -184,11 +184,11 @@ void MultipoleTree::lay_out_cells() {
 
 void MultipoleTree::evaluate(std::size_t count, const double* x, const double* y, const double* z,
                              const double* q, double* potential, double* force_x, double* force_y,
-                             double* force_z) {
+                             double* force_z, const std::size_t* labels) {
     if (!layout_current_) {
         lay_out_cells();
     }
-    sort_particles(count, x, y, z, q);
+    sort_particles(count, x, y, z, q, labels);
     upward_pass();
     transfer_pass();
     downward_pass();
@@ -206,7 +206,7 @@ void MultipoleTree::evaluate(std::size_t count, const double* x, const double* y
 }
 
 void MultipoleTree::sort_particles(std::size_t count, const double* x, const double* y,
-                                   const double* z, const double* q) {
+                                   const double* z, const double* q, const std::size_t* labels) {
     const int per_axis = 1 << depth_;
     const std::size_t leaves = cells_at(depth_);
     std::vector<uint64_t> key(count);
@@ -228,8 +228,9 @@ void MultipoleTree::sort_particles(std::size_t count, const double* x, const dou
             }
             if (!(u >= 0.0 && u <= 1.0)) {
                 std::ostringstream message;
-                message << "FPMTAFORCE: PARTICLE " << i + 1 << " AT " << position[0] << " "
-                        << position[1] << " " << position[2] << " OUTSIDE THE MULTIPOLE BOX";
+                message << "FPMTAFORCE: PARTICLE " << (labels ? labels[i] : i) + 1 << " AT "
+                        << position[0] << " " << position[1] << " " << position[2]
+                        << " OUTSIDE THE MULTIPOLE BOX";
                 nrerror(message.str());
             }
             wrapped[3 * i + a] = periodic_ ? lower_[a] + u * sides_[a] : position[a];

@@ -50,9 +50,11 @@ class MultipoleTree {
     // For each particle i: potential[i], the potential of all other charges (and, periodic,
     // of all images) at particle i, and force[i] = q_i times the field there. Open box:
     // every particle must lie inside the box. Periodic: positions are wrapped into the box.
+    // A particle outside the box is named in the stop by its number: labels[i] + 1 when
+    // labels are given, else i + 1.
     void evaluate(std::size_t count, const double* x, const double* y, const double* z,
                   const double* q, double* potential, double* force_x, double* force_y,
-                  double* force_z);
+                  double* force_z, const std::size_t* labels = nullptr);
 
     const MultipoleSettings& settings() const { return settings_; }
     const std::array<double, 3>& box_sides() const { return sides_; }
@@ -66,7 +68,7 @@ class MultipoleTree {
   private:
     void lay_out_cells();
     void sort_particles(std::size_t count, const double* x, const double* y, const double* z,
-                        const double* q);
+                        const double* q, const std::size_t* labels);
     void upward_pass();
     void transfer_pass();
     void direct_transfer(int level);
