@@ -9,65 +9,43 @@
 
 namespace pelix {
 
-std::vector<double> tridag(std::span<const double> a, std::span<const double> b,
-                           std::span<const double> c, std::span<const double> r) {
-    const std::size_t n = b.size();
-    std::vector<double> u(n, 0.0);
-    if (n == 0)
-        return u;
-    std::vector<double> gam(n, 0.0);
-    if (b[0] == 0.0)
-        nrerror("tridag: Error at code stage 1");
-    double bet = b[0];
-    u[0] = r[0] / bet;
-    for (std::size_t j = 1; j < n; ++j) {
-        gam[j] = c[j - 1] / bet;
-        bet = b[j] - a[j] * gam[j];
-        if (bet == 0.0)
-            nrerror("tridag: Error at code stage 2");
-        u[j] = (r[j] - a[j] * u[j - 1]) / bet;
-    }
-    for (std::size_t j = n - 1; j > 0; --j)
-        u[j - 1] -= gam[j] * u[j];
-    return u;
-}
-
 std::vector<double> spline(std::span<const double> x, std::span<const double> y, double yp1,
                            double ypn, double natural_above) {
     const std::size_t n = x.size();
     if (n < 2)
         return std::vector<double>(n, 0.0);
 
-    // Continuity of the first derivative at every interior knot:
-    //   h[i-1]/6 y2[i-1] + (h[i-1] + h[i])/3 y2[i] + h[i]/6 y2[i+1]
-    //     = (y[i+1] - y[i])/h[i] - (y[i] - y[i-1])/h[i-1],   h[i] = x[i+1] - x[i];
-    // each end either natural (y2 = 0) or with its first derivative clamped.
-    std::vector<double> a(n, 0.0), b(n, 0.0), c(n, 0.0), r(n, 0.0);
+    // Continuity of the first derivative at every interior knot, eliminated downwards as a
+    // recurrence: each row is scaled by 6 / (x[i+1] - x[i-1]) and keeps the off-diagonal
+    // factor y2[i] and the right-hand side u[i] of the eliminated system. The first row is
+    // either natural (y2 = 0) or clamps the first derivative to yp1; the last row likewise
+    // with ypn. Coincident abscissae make no row singular: they give non-finite values that
+    // the lookups meet in their zero-width interval.
+    std::vector<double> y2(n, 0.0), u(n, 0.0);
+    if (!(yp1 > natural_above)) {
+        const double h0 = x[1] - x[0];
+        y2[0] = -0.5;
+        u[0] = (3.0 / h0) * ((y[1] - y[0]) / h0 - yp1);
+    }
     for (std::size_t i = 1; i + 1 < n; ++i) {
-        const double hl = x[i] - x[i - 1];
-        const double hr = x[i + 1] - x[i];
-        a[i] = hl / 6.0;
-        b[i] = (hl + hr) / 3.0;
-        c[i] = hr / 6.0;
-        r[i] = (y[i + 1] - y[i]) / hr - (y[i] - y[i - 1]) / hl;
+        const double sig = (x[i] - x[i - 1]) / (x[i + 1] - x[i - 1]);
+        const double p = sig * y2[i - 1] + 2.0;
+        y2[i] = (sig - 1.0) / p;
+        const double jump =
+            (y[i + 1] - y[i]) / (x[i + 1] - x[i]) - (y[i] - y[i - 1]) / (x[i] - x[i - 1]);
+        u[i] = (6.0 * jump / (x[i + 1] - x[i - 1]) - sig * u[i - 1]) / p;
     }
-    const double h0 = x[1] - x[0];
-    if (yp1 > natural_above) {
-        b[0] = 1.0;
-    } else {
-        b[0] = h0 / 3.0;
-        c[0] = h0 / 6.0;
-        r[0] = (y[1] - y[0]) / h0 - yp1;
+    double qn = 0.0;
+    double un = 0.0;
+    if (!(ypn > natural_above)) {
+        const double hn = x[n - 1] - x[n - 2];
+        qn = 0.5;
+        un = (3.0 / hn) * (ypn - (y[n - 1] - y[n - 2]) / hn);
     }
-    const double hn = x[n - 1] - x[n - 2];
-    if (ypn > natural_above) {
-        b[n - 1] = 1.0;
-    } else {
-        a[n - 1] = hn / 6.0;
-        b[n - 1] = hn / 3.0;
-        r[n - 1] = ypn - (y[n - 1] - y[n - 2]) / hn;
-    }
-    return tridag(a, b, c, r);
+    y2[n - 1] = (un - qn * u[n - 2]) / (qn * y2[n - 2] + 1.0);
+    for (std::size_t k = n - 1; k > 0; --k)
+        y2[k - 1] = y2[k - 1] * y2[k] + u[k - 1];
+    return y2;
 }
 
 PairValue splint_equal_spacing(std::span<const double> xa, std::span<const double> ya,

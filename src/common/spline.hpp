@@ -1,7 +1,7 @@
 #pragma once
-// Cubic splines through tabulated points: the second derivatives at the knots from a
-// tridiagonal system, and two ways of evaluating them (equal spacing found by arithmetic,
-// or any increasing abscissae found by bisection).
+// Cubic splines through tabulated points: the second derivatives at the knots from the
+// tridiagonal continuity conditions, and two ways of evaluating them (equal spacing found by
+// arithmetic, or any increasing abscissae found by bisection).
 #include <span>
 #include <string_view>
 #include <vector>
@@ -12,12 +12,6 @@ namespace pelix {
 
 // End slopes above this value make a spline end natural (the pair tables' convention).
 inline constexpr double kNaturalSlopeAbove = 0.99e30;
-
-// Solves the tridiagonal system a(j) u(j-1) + b(j) u(j) + c(j) u(j+1) = r(j), j = 0..n-1
-// (a(0) and c(n-1) are not used) by forward elimination without pivoting. A zero first
-// diagonal stops with "tridag: Error at code stage 1", a zero pivot later with "... stage 2".
-std::vector<double> tridag(std::span<const double> a, std::span<const double> b,
-                           std::span<const double> c, std::span<const double> r);
 
 // Second derivatives of the cubic spline through (x, y). An end slope above `natural_above`
 // makes that end natural (second derivative 0); otherwise the first derivative there is

@@ -1,5 +1,5 @@
 // Cubic splines: a cubic is reproduced exactly from its end slopes, knots return their values
-// exactly, natural and clamped ends, the tridiagonal solver's zero pivots, and the two lookups
+// exactly, natural and clamped ends, coincident abscissae, and the two lookups
 // (equal spacing by arithmetic, any spacing by bisection) with their stops and diagnostics.
 #include <gtest/gtest.h>
 
@@ -79,20 +79,20 @@ TEST(Spline, NaturalAndClampedEnds) {
     EXPECT_NEAR(two[1], -6.0, 1e-14);
 }
 
-TEST(Spline, ZeroPivotsAndZeroSpacingStop) {
-    const Values twice{1.0, 1.0}, y{0.0, 1.0};
-    EXPECT_EQ(nrerror_line([&] { spline(twice, y, 0.0, 0.0, 1e30); }),
-              " nrerror: tridag: Error at code stage 1");
-    EXPECT_EQ(nrerror_line([&] { spline(twice, y, 1e31, 0.0, 1e30); }),
-              " nrerror: tridag: Error at code stage 2");
-    // [2 1 0; 1 2 1; 0 1 2] u = [4 8 8] gives u = [1 2 3].
-    const Values u = tridag(Values{0, 1, 1}, Values{2, 2, 2}, Values{1, 1, 0}, Values{4, 8, 8});
-    for (std::size_t k = 0; k < 3; ++k)
-        EXPECT_NEAR(u[k], k + 1.0, 1e-15);
-
-    const Values x{2.0, 2.0, 3.0}, y3{1.0, 2.0, 3.0}, zero(3, 0.0);
-    EXPECT_EQ(nrerror_line([&] { splint_equal_spacing(x, y3, zero, 2.5, "bad xa"); }),
-              " nrerror: bad xa");
+TEST(Spline, CoincidentAbscissaeReachTheLookupsOwnStops) {
+    // Tables whose first or last two abscissae coincide are built without a stop, clamped or
+    // natural; the equal-spacing lookup then stops on the zero spacing, the bisection lookup
+    // writes "BAD INPUT" in the zero-width interval and goes on.
+    const Values first{2.0, 2.0, 3.0}, last{1.0, 2.0, 2.0}, y{1.0, 2.0, 3.0};
+    for (double start_slope : {0.0, 1e31}) {
+        const Values y2_first = spline(first, y, start_slope, 0.0, 1e30);
+        EXPECT_EQ(nrerror_line([&] { splint_equal_spacing(first, y, y2_first, 2.5, "bad xa"); }),
+                  " nrerror: bad xa");
+        const Values y2_last = spline(last, y, start_slope, 1e31, 1e30);
+        testing::internal::CaptureStdout();
+        ternarysplinepot(2.0, last, y, y2_last);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), " BAD INPUT\n");
+    }
     EXPECT_EQ(nrerror_line([&] { splint_equal_spacing(Values{2}, y, y, 2.0, "bad xa"); }),
               " nrerror: bad xa");
 }
