@@ -265,10 +265,14 @@ TEST(Cells, ImageOffsetTables) {
         }
     }
 
-    grid.neb_pbcy = 0;  // z alone
-    pelix::setup_pbc_offsets(engine);
-    EXPECT_EQ(offset(-1), Position({0.0, 0.0, -5.0}));
-    EXPECT_EQ(offset(2), Position({0.0, 0.0, 0.0}));
+    // z alone, also beside a flag that is neither 0 nor 1 (an open axis, not counted).
+    for (int32_t x_flag : {0, 2}) {
+        grid.neb_pbcx = x_flag;
+        grid.neb_pbcy = 0;
+        pelix::setup_pbc_offsets(engine);
+        EXPECT_EQ(offset(-1), Position({0.0, 0.0, -5.0}));
+        EXPECT_EQ(offset(2), Position({0.0, 0.0, 0.0}));
+    }
 }
 
 TEST(Cells, LostAtomsEndTheProcessWithStatusTen) {
