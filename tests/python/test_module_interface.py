@@ -1,12 +1,19 @@
-"""The module as a caller meets it: attributes, argument conversion, checks and messages."""
+"""The module as a caller meets it: doc strings, argument conversion, checks and messages.
+
+Every call here is refused before the engine reads a file, so they share this process."""
+
+import re
 
 import numpy as np
 import pytest
 
 import PELIXInterface as P
 
+PREFIX = "PELIXInterface.calcforce() "
+INOUT = "failed to initialize intent(inout|inplace|cache) array"
 
-def test_module_attributes_and_doc_strings():
+
+def test_doc_strings_and_error_type():
     assert P.__version__ == "$Revision: $"
     lines = P.__doc__.splitlines()
     assert lines[1] == "Functions:" and lines[-1] == "."
@@ -19,163 +26,157 @@ def test_module_attributes_and_doc_strings():
         "  set_pbcs(pbcxin,pbcyin,pbczin)",
         "  return_status = read_pelix_in()",
     ]
-    assert P.calcforce.__doc__.startswith(
-        "totalenergy,maxforce,maxforceatom,status = calcforce(image,speciestring,specie,pos,"
-        "charge,force,kearray,pearray,xdim,ydim,zdim,calcindexes,mainindexes,"
-        "[posdim,natoms,nspecies,edim,ncalc,nmain])"
-    )
+    doc = P.calcforce.__doc__
+    assert doc.startswith("totalenergy,maxforce,maxforceatom,status = calcforce(image,"
+                          "speciestring,specie,pos,charge,force,kearray,pearray,xdim,ydim,zdim,"
+                          "calcindexes,mainindexes,[posdim,natoms,nspecies,edim,ncalc,nmain])")
     for entry in ("image : input int", "force : in/output rank-1 array('d') with bounds (posdim)",
                   "posdim := len(pos) input int", "totalenergy : float"):
-        assert entry in P.calcforce.__doc__
+        assert entry in doc
     assert P.read_pelix_in.__doc__.startswith("return_status = read_pelix_in()")
-    err = P.error
-    assert f"{err.__module__}.{err.__name__}" == "PELIXInterface.error"
-    assert issubclass(err, Exception)
-
-
-def valid_args():
-    """Arguments of a well-formed call on three atoms, except for a box that the engine
-    refuses: a call that converts cleanly then stops with the box message, before any
-    computation or file access."""
-    return dict(
-        image=-1, speciestring="Fe", specie=np.zeros(3, np.int32), pos=np.zeros(9),
-        charge=np.zeros(3), force=np.zeros(9), kearray=np.zeros(3), pearray=np.zeros(3),
-        xdim=-1.0, ydim=10.0, zdim=10.0, calcindexes=np.zeros(0, np.int32),
-        mainindexes=np.zeros(0, np.int32),
-    )
+    assert f"{P.error.__module__}.{P.error.__name__}" == "PELIXInterface.error"
 
 
 def raised(**changes):
-    args = valid_args()
+    """The exception of a call on three Fe atoms with `changes`; unchanged, the call passes
+    every check, so each case must be refused before the engine reads its files."""
+    args = dict(image=-1, speciestring="Fe", specie=np.zeros(3, np.int32), pos=np.zeros(9),
+                charge=np.zeros(3), force=np.full(9, 7.0), kearray=np.zeros(3),
+                pearray=np.full(3, 7.0), xdim=10.0, ydim=10.0, zdim=10.0,
+                calcindexes=np.zeros(0, np.int32), mainindexes=np.zeros(0, np.int32))
     args.update(changes)
     with pytest.raises(Exception) as info:
         P.calcforce(**args)
+    # A refused call leaves the caller's output arrays alone.
+    assert np.all(np.asarray(args["force"]) == 7.0) and np.all(args["pearray"] == 7)
     return info.value
 
 
-def test_clean_conversion_reaches_the_engine_checks():
-    # pos, specie and charge given as lists convert; the box check is the first to object.
-    e = raised(pos=[0.0] * 9, specie=[0, 0, 0], charge=(0, 0, 0), speciestring=b"Fe")
-    assert type(e) is P.error and "box lengths must be finite and positive" in str(e)
+def unaligned(values):
+    view = np.zeros(values.nbytes + 1, np.uint8)[1:].view(values.dtype)
+    view[:] = values
+    return view
 
 
-SCALAR_MESSAGES = {
-    "image": "PELIXInterface.calcforce() 1st argument (image) can't be converted to int",
-    "zdim": "PELIXInterface.calcforce() 11st argument (zdim) can't be converted to double",
-    "xdim": "PELIXInterface.calcforce() 9th argument (xdim) can't be converted to double",
-    "ydim": "PELIXInterface.calcforce() 10th argument (ydim) can't be converted to double",
-}
+def read_only(values):
+    values.flags.writeable = False
+    return values
 
 
-def test_conversion_order_decides_the_message():
-    # The documented order: image, zdim, xdim, pos, specie, speciestring, ydim, kearray,
-    # mainindexes, calcindexes, then the size keywords, charge, force, pearray.
-    order = ["image", "zdim", "xdim", "pos", "specie", "speciestring", "ydim", "kearray",
-             "mainindexes", "calcindexes"]
-    bad = {"image": "x", "zdim": "x", "xdim": "x", "ydim": "x", "pos": ["x"],
-           "specie": [object()], "speciestring": 3.5, "kearray": [0.0],
-           "mainindexes": [object()], "calcindexes": [object()]}
-    for k, name in enumerate(order):
-        e = raised(**{n: bad[n] for n in order[k:]})
-        if name in SCALAR_MESSAGES:
-            assert str(e) == SCALAR_MESSAGES[name]
-        elif name == "kearray":
-            assert "input must be array but got list" in str(e)
-        elif name == "speciestring":
-            assert type(e) is P.error
-            assert str(e) == ("failed in converting 2nd argument `speciestring' of "
-                              "PELIXInterface.calcforce to C/Fortran array")
-        else:
-            # NumPy's own conversion error is pending and is kept.
-            assert isinstance(e, (TypeError, ValueError)), (name, e)
+BOX = "box lengths must be finite and positive"
+BAD = {"image": "x", "zdim": "x", "xdim": "x", "ydim": "x", "pos": ["x"], "specie": [object()],
+       "speciestring": 3.5, "kearray": [0.0], "mainindexes": [object()],
+       "calcindexes": [object()]}
+# The conversion order: the first argument that fails decides the message. NumPy's own error
+# is kept for the array arguments; a type stands for it here.
+ORDER = [
+    ("image", PREFIX + "1st argument (image) can't be converted to int"),
+    ("zdim", PREFIX + "11st argument (zdim) can't be converted to double"),
+    ("xdim", PREFIX + "9th argument (xdim) can't be converted to double"),
+    ("pos", ValueError), ("specie", TypeError),
+    ("speciestring", "failed in converting 2nd argument `speciestring' of "
+                     "PELIXInterface.calcforce to C/Fortran array"),
+    ("ydim", PREFIX + "10th argument (ydim) can't be converted to double"),
+    ("kearray", INOUT + " -- input must be array but got list"),
+    ("mainindexes", TypeError), ("calcindexes", TypeError),
+]
 
 
-def test_scalar_conversions():
-    assert type(raised(image=None)) is TypeError
-    assert str(raised(image=None)) == SCALAR_MESSAGES["image"]
-    # Numbers of any kind, numeric strings and one-element sequences convert.
-    for image in (np.int64(-1), -1.7, "-1", [-1], complex(-1, 0)):
-        e = raised(image=image)
-        assert "box lengths" in str(e), image
-    assert "box lengths" in str(raised(xdim="-2.5"))
+@pytest.mark.parametrize("k", range(len(ORDER)))
+def test_conversion_order_decides_the_message(k):
+    e = raised(**{name: BAD[name] for name, _ in ORDER[k:]})
+    want = ORDER[k][1]
+    if isinstance(want, str):
+        assert str(e) == want
+    else:
+        assert isinstance(e, want), e
 
 
-def test_size_keywords_defaults_and_checks():
-    e = raised(posdim=10)
-    assert type(e) is P.error
-    assert str(e) == "(len(pos)>=posdim) failed for 1st keyword posdim: calcforce:posdim=10"
-    cases = {
-        "natoms": ("(len(specie)>=natoms) failed for 2nd keyword natoms", 4),
-        "nspecies": ("((len(speciestring))/(2)>=nspecies) failed for 3rd keyword nspecies", 2),
-        "edim": ("(len(kearray)>=edim) failed for 4th keyword edim", 4),
-        "ncalc": ("(len(calcindexes)>=ncalc) failed for 5th keyword ncalc", 1),
-        "nmain": ("(len(mainindexes)>=nmain) failed for 6th keyword nmain", 1),
-    }
-    for name, (check, value) in cases.items():
-        assert str(raised(**{name: value})) == f"{check}: calcforce:{name}={value}"
-    assert str(raised(ncalc="many")) == (
-        "PELIXInterface.calcforce() 5th keyword (ncalc) can't be converted to int")
+@pytest.mark.parametrize("change", [
+    # Lists, tuples, bytes, numeric strings, one-element sequences and None for a size.
+    dict(pos=[0.0] * 9, specie=[0, 0, 0], charge=(0, 0, 0), speciestring=b"Fe"),
+    dict(image=np.int64(-1)), dict(image=-1.7), dict(image="-1"), dict(image=[-1]),
+    dict(image=complex(-1, 0)), dict(xdim="-2.5"), dict(posdim=None, natoms=None),
+    dict(speciestring="FeO", nspecies=1),
+])
+def test_accepted_forms_reach_the_box_check(change):
+    e = raised(**dict(dict(xdim=-1.0), **change))
+    assert type(e) is P.error and BOX in str(e), e
+
+
+@pytest.mark.parametrize("change, error, text", [
+    (dict(image=None), TypeError, PREFIX + "1st argument (image) can't be converted to int"),
+    (dict(ncalc="many"), None, PREFIX + "5th keyword (ncalc) can't be converted to int"),
+    (dict(posdim=10), P.error,
+     "(len(pos)>=posdim) failed for 1st keyword posdim: calcforce:posdim=10"),
+    (dict(natoms=4), P.error,
+     "(len(specie)>=natoms) failed for 2nd keyword natoms: calcforce:natoms=4"),
     # An odd-length species string drops its last character: "FeO" holds one species.
-    assert "nspecies=2" in str(raised(speciestring="FeO", nspecies=2))
-    assert "box lengths" in str(raised(speciestring="FeO", nspecies=1))
-    # None means the default.
-    assert "box lengths" in str(raised(posdim=None, natoms=None))
+    (dict(speciestring="FeO", nspecies=2), P.error, "((len(speciestring))/(2)>=nspecies) "
+     "failed for 3rd keyword nspecies: calcforce:nspecies=2"),
+    (dict(edim=4), P.error, "(len(kearray)>=edim) failed for 4th keyword edim: calcforce:edim=4"),
+    (dict(ncalc=1), P.error,
+     "(len(calcindexes)>=ncalc) failed for 5th keyword ncalc: calcforce:ncalc=1"),
+    (dict(nmain=1), P.error,
+     "(len(mainindexes)>=nmain) failed for 6th keyword nmain: calcforce:nmain=1"),
+    (dict(force=[7.0] * 9), ValueError, INOUT + " -- input must be array but got list"),
+    (dict(force=np.full(9, 7.0, np.float32)), ValueError,
+     INOUT + " -- expected elsize=8 but got 4"),
+    (dict(pearray=np.full(3, 7, np.int64)), ValueError,
+     INOUT + " -- input 'l' not compatible to 'd'"),
+    (dict(force=np.full(18, 7.0)[::2]), ValueError, INOUT + " -- input not contiguous"),
+    (dict(force=unaligned(np.full(9, 7.0))), ValueError, INOUT + " -- input not 8-aligned"),
+    (dict(force=np.full(9, 7.0, ">f8")), ValueError,
+     INOUT + " -- input not in native byte order"),
+    (dict(force=read_only(np.full(9, 7.0))), ValueError, INOUT + " -- input not writeable"),
+    (dict(force=np.full(6, 7.0)), ValueError, "0-th dimension must be fixed to 9 but got 6"),
+    (dict(charge=np.zeros(1)), None, "unexpected array size: new_size=3, got array with "
+     "arr_size=1"),
+    (dict(calcindexes=np.array([0, 3], np.int32)), P.error,
+     "calcforce: calcindexes[1]=3 is outside 0..2"),
+    (dict(calcindexes=np.array([0, 1], np.int32), mainindexes=np.array([-1], np.int32)),
+     P.error, "calcforce: mainindexes[0]=-1 is outside 0..2"),
+    (dict(calcindexes=np.array([0, 1, 2, 0], np.int32), specie=np.zeros(4, np.int32),
+          natoms=3), P.error,
+     "calcforce: ncalc=4 staging positions but specie and charge hold 3 entries"),
+    (dict(image=1), P.error,
+     "calcforce: image 1 of atom 0 needs elements 9..11 of pos and force, which hold 9"),
+    (dict(image=-2), P.error, "calcforce: image must be -1 or at least 0, got image=-2"),
+    (dict(specie=np.array([0, 1, 0], np.int32)), P.error,
+     "calcforce: specie[1]=1 is outside 0..0 (species in speciestring)"),
+    (dict(charge=np.array([0.0, 0.0, np.nan])), P.error,
+     "calcforce: charge[2]=nan is not a finite number"),
+    (dict(charge=np.array([0.0, -np.inf, 0.0])), P.error,
+     "calcforce: charge[1]=-inf is not a finite number"),
+])
+def test_refused_calls_and_their_messages(change, error, text):
+    e = raised(**change)
+    assert error is None or type(e) is error, e
+    assert str(e) == text
 
 
-def test_in_out_arrays_must_be_exact_arrays():
-    e = raised(force=[0.0] * 9)
-    assert type(e) is ValueError
-    assert str(e) == ("failed to initialize intent(inout|inplace|cache) array -- input must "
-                      "be array but got list")
-    read_only = np.zeros(9)
-    read_only.flags.writeable = False
-    tails = {" -- expected elsize=8 but got 4": dict(force=np.zeros(9, np.float32)),
-             " -- input 'l' not compatible to 'd'": dict(pearray=np.zeros(3, np.int64)),
-             " -- input not contiguous": dict(force=np.zeros(18)[::2]),
-             " -- input not writeable": dict(force=read_only)}
-    for tail, change in tails.items():
-        text = str(raised(**change))
-        assert text.startswith("failed to initialize intent(inout|inplace|cache) array -- ")
-        assert tail in text
-    e = raised(force=np.zeros(6))
-    assert type(e) is ValueError
-    assert str(e) == "0-th dimension must be fixed to 9 but got 6"
-    assert str(raised(charge=np.zeros(1))) == (
-        "unexpected array size: new_size=3, got array with arr_size=1")
-
-
-def test_out_of_range_arguments_are_refused_without_touching_caller_arrays():
-    args = valid_args()
-    args["xdim"] = 10.0
-    args["force"] = np.full(9, 7.0)
-    cases = [
-        dict(calcindexes=np.array([0, 3], np.int32)),
-        dict(calcindexes=np.array([0, 1], np.int32), mainindexes=np.array([-1], np.int32)),
-        dict(image=1),
-        dict(image=-2),
-        dict(specie=np.array([0, 1, 0], np.int32)),
-        dict(zdim=float("nan")),
-        dict(ydim=0.0),
-    ]
-    for change in cases:
-        call = dict(args, **change)
-        with pytest.raises(P.error):
-            P.calcforce(**call)
-        assert np.all(args["force"] == 7.0)
+@pytest.mark.parametrize("box", [(0.0, 10.0, 10.0), (10.0, -10.0, 10.0), (10.0, 10.0, np.nan),
+                                 (np.inf, 10.0, 10.0), (10.0, 10.0, -np.inf)])
+def test_each_box_length_is_checked_and_reported(box):
+    text = str(raised(xdim=box[0], ydim=box[1], zdim=box[2]))
+    found = re.fullmatch(r"calcforce: " + BOX + r", got xdim=\s*(\S+) ydim=\s*(\S+) zdim=\s*(\S+)",
+                         text)
+    assert found, text
+    np.testing.assert_array_equal([float(v) for v in found.groups()], box)
 
 
 def test_small_entry_points(capfd, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
-    assert P.read_pelix_in() == 1
+    assert P.read_pelix_in() == 1  # no "pelix.IN" here
     assert capfd.readouterr().out == ""
+    with pytest.raises(TypeError):
+        P.read_pelix_in(1)
 
     assert P.set_pbcs(1, 0, 1) is None
     P.set_pbcs(pbcxin=0, pbcyin=1, pbczin=0)
-    lines = capfd.readouterr().out.splitlines()
-    assert lines[1].split() == ["NEW:", "1", "0", "1"]
-    assert lines[2].split() == ["CURRENT:", "1", "0", "1"]
-    assert lines[3].split() == ["NEW:", "0", "1", "0"]
-
+    lines = [line.split() for line in capfd.readouterr().out.splitlines()]
+    assert lines[1:4] == [["NEW:", "1", "0", "1"], ["CURRENT:", "1", "0", "1"],
+                          ["NEW:", "0", "1", "0"]]
     # pbcyin is converted first, then pbczin, then pbcxin.
     with pytest.raises(Exception, match=r"2nd argument \(pbcyin\)"):
         P.set_pbcs("a", "b", "c")
@@ -192,5 +193,3 @@ def test_small_entry_points(capfd, tmp_path, monkeypatch):
         P.get_value("abc", 1.0, 4)
     with pytest.raises(Exception, match=r"2nd argument \(value\) can't be converted to float"):
         P.get_value("abc", "energy")
-    with pytest.raises(TypeError):
-        P.read_pelix_in(1)
