@@ -1,5 +1,5 @@
-"""Coulomb terms through whole force calls: Ewald forces against the energy gradient, the
-triangle-layer estimate, and the stop for a negative multipole flag."""
+"""Coulomb terms through whole force calls: Ewald forces against the energy gradient and the
+triangle-layer estimate. The stop for a negative multipole flag is in test_force_call.py."""
 
 import math
 
@@ -11,21 +11,13 @@ PAIRS = [("Y", "Y", "ZERO"), ("Y", "O", "ZERO"), ("O", "O", "ZERO")]
 K = 14.39964485168457
 
 
-def use(workdir, periodic, multipole_flag):
-    flag = 1 if periodic else 0
-    workdir.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=multipole_flag))
-    workdir.write("potfor.IN", potfor_in_text(PAIRS))
-
-
 def test_ewald_forces_are_minus_the_energy_gradient(workdir):
-    use(workdir, periodic=True, multipole_flag=1)
-    rng = np.random.default_rng(7)
-    pos = rng.uniform(0.5, 9.5, 18).tolist()
-    charge = [1.5, -0.5, -1.0, 2.0, -1.2, -0.8]
+    workdir.use_pairs(PAIRS, periodic=True)  # Ewald sums
+    pos = np.random.default_rng(7).uniform(0.5, 9.5, 18).tolist()
     error = workdir.ok(
         f"""
         print(fd_force_error("Y_O_", [0, 1, 1, 0, 1, 1], {pos}, (10.0, 10.5, 11.0),
-                             charge=np.array({charge})))
+                             charge=np.array([1.5, -0.5, -1.0, 2.0, -1.2, -0.8])))
         """
     )
     assert float(error.splitlines()[-1]) < 1e-6
@@ -40,9 +32,9 @@ def dsf_pair_energy(qq, r):
 def test_triangle_layers_take_the_damped_shifted_force_sum_of_yttrium_and_oxygen(workdir):
     # Y, O and Fe atoms in a periodic box: only Y and O are listed; no periodic image is taken
     # (the O atom near the far face is 14 A from the Y atom inside, not 6 A through the face).
-    use(workdir, periodic=True, multipole_flag=2)
-    workdir.write("potfor.IN", potfor_in_text(PAIRS + [("Fe", "Fe", "ZERO"), ("Fe", "Y", "ZERO"),
-                                                       ("Fe", "O", "ZERO")]))
+    workdir.write("pelix.IN", pelix_in_text(multipole_flag=2))
+    workdir.write("potfor.IN", potfor_in_text(
+        PAIRS + [("Fe", "Fe", "ZERO"), ("Fe", "Y", "ZERO"), ("Fe", "O", "ZERO")]))
     pos = [2.0, 5.0, 5.0, 5.0, 5.0, 5.0, 16.0, 5.0, 5.0, 3.0, 6.0, 5.0]
     out = workdir.ok(
         f"""
@@ -59,17 +51,3 @@ def test_triangle_layers_take_the_damped_shifted_force_sum_of_yttrium_and_oxygen
         expected[j] += 0.5 * dsf_pair_energy(qq, r)
     assert np.allclose(values[1:], expected, rtol=1e-12, atol=1e-14)
     assert math.isclose(values[0], sum(expected), rel_tol=1e-12)
-
-
-def test_negative_multipole_flag_ends_the_process(workdir):
-    text = pelix_in_text(pbc=(0, 0, 0), multipole_flag=1).splitlines()
-    text[21] = " -1" + text[21][2:]
-    workdir.write("pelix.IN", "\n".join(text) + "\n")
-    done = workdir.run(
-        """
-        call("Fe", [0, 0], [1.0, 1.0, 1.0, 3.0, 1.0, 1.0], (10.0, 10.0, 10.0),
-             charge=np.array([1.0, -1.0]))
-        """
-    )
-    assert done.returncode != 0
-    assert "MULTIPOLE FLAG SHOULD BE SET TO 0 (DPMTA) or 1 (FMMP)" in done.stdout
