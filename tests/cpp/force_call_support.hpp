@@ -2,7 +2,6 @@
 // Pieces shared by the tests that make whole force calls from C++: the text of a run
 // configuration, and the argument block of one call over caller-owned arrays.
 #include <cstdint>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,40 +13,12 @@ namespace pelix::test_support {
 // The 34 records of "pelix.IN": a collision run with the given periodic flag on all three
 // axes and the given multipole flag, everything else at neutral values.
 inline std::string run_configuration_text(int pbc, int multipole_flag = 1) {
-    std::ostringstream text;
-    text << "BEGIN\nEQUIL\nCOLLI\nTEST01\n " << pbc << ' ' << pbc << ' ' << pbc << '\n';
-    const std::string rest[] = {"1.0",
-                                "1.0",
-                                "1.0",
-                                "0",
-                                "0.0",
-                                "0.0",
-                                "0.0",
-                                "NO_THERMOSTAT",
-                                "0.0",
-                                "0.0",
-                                "1.0",
-                                "1.0",
-                                "F",
-                                "F",
-                                "F",
-                                "1.0",
-                                std::to_string(multipole_flag),
-                                "F",
-                                "F",
-                                "F",
-                                "F",
-                                "F",
-                                "2.0",
-                                "F",
-                                "0.0",
-                                "0.0",
-                                "F",
-                                "F",
-                                "F"};
-    for (const std::string& value : rest)
-        text << ' ' << value << '\n';
-    return text.str();
+    const std::string flag = std::to_string(pbc);
+    return "BEGIN\nEQUIL\nCOLLI\nTEST01\n " + flag + ' ' + flag + ' ' + flag +
+           "\n 1.0\n 1.0\n 1.0\n 0\n 0.0\n 0.0\n 0.0\n NO_THERMOSTAT\n 0.0\n 0.0\n 1.0\n 1.0\n"
+           " F\n F\n F\n 1.0\n " +
+           std::to_string(multipole_flag) +
+           "\n F\n F\n F\n F\n F\n 2.0\n F\n 0.0\n 0.0\n F\n F\n F\n";
 }
 
 // The arrays of one force call over n atoms and the call block pointing at them. Positions,
@@ -74,16 +45,12 @@ struct WholeCall {
         c.xdim = c.ydim = c.zdim = box;
         c.calcindexes = calcindexes.data();
         c.mainindexes = mainindexes.data();
-        c.posdim = 3 * n;
-        c.natoms = n;
+        c.natoms = c.edim = n;
         c.nspecies = nspecies;
-        c.edim = n;
-        c.ncalc = static_cast<int32_t>(calcindexes.size());
-        c.nmain = static_cast<int32_t>(mainindexes.size());
+        c.ncalc = c.len_calcindexes = static_cast<int32_t>(calcindexes.size());
+        c.nmain = c.len_mainindexes = static_cast<int32_t>(mainindexes.size());
         c.len_specie = c.len_charge = c.len_kearray = c.len_pearray = n;
-        c.len_pos = c.len_force = 3 * n;
-        c.len_calcindexes = c.ncalc;
-        c.len_mainindexes = c.nmain;
+        c.posdim = c.len_pos = c.len_force = 3 * n;
         return c;
     }
 };
