@@ -10,12 +10,12 @@
 
 #include "electrostatics/dsf.hpp"
 #include "engine/engine.hpp"
-#include "family_test_support.hpp"
+#include "scratch_dir.hpp"
 
 namespace pelix {
 namespace {
 
-using test_support::nrerror_line;
+using test_support::stop_of;
 
 constexpr double kCoulomb = 14.39964485168457;
 
@@ -167,7 +167,7 @@ TEST(DsfPotentialPass, OverflowOfTheNeighbourStoreStops) {
     engine.ff.nebpnt = {0, 1, 2};
     engine.ff.bonds.intersize = 0;
     bool exceed = false;
-    EXPECT_EQ(nrerror_line([&] { dsf_electrostatics_neb(engine, 0, exceed); }),
+    EXPECT_EQ(stop_of([&] { dsf_electrostatics_neb(engine, 0, exceed); }).lines.at(0),
               " nrerror: DSF_ELECTROSTATICS_NEB: WHATs WRONG WITH INTERSIZE");
     EXPECT_TRUE(exceed);
     EXPECT_EQ(dsf_electrostatics_cutoff_squared(engine, 8, 26), 0.0);

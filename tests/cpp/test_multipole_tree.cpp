@@ -82,28 +82,6 @@ TEST(MultipoleTree, PeriodicBoxAgreesWithEwald) {
     EXPECT_NEAR(moved.force, e.force, 1e-9);
 }
 
-TEST(MultipoleTree, RockSaltRecoversMadelungConstant) {
-    // Two by two by two conventional cells, nearest-neighbour distance 1.
-    Charges c;
-    for (int i = 0; i < 4; ++i) {
-        for (int j = 0; j < 4; ++j) {
-            for (int k = 0; k < 4; ++k) {
-                c.x.push_back(i);
-                c.y.push_back(j);
-                c.z.push_back(k);
-                c.q.push_back(((i + j + k) % 2) ? -1.0 : 1.0);
-            }
-        }
-    }
-    const double madelung = 1.747564594633182;
-    MultipoleTree tree(box_settings({4.0, 4.0, 4.0}, {2.0, 2.0, 2.0}, 2, 20, true));
-    const Fields f = run(tree, c);
-    for (std::size_t i = 0; i < c.size(); ++i) {
-        EXPECT_NEAR(-c.q[i] * f.potential[i] / madelung, 1.0, 1e-6) << "ion " << i;
-        EXPECT_NEAR(std::hypot(f.fx[i], f.fy[i], f.fz[i]), 0.0, 1e-7) << "ion " << i;
-    }
-}
-
 TEST(MultipoleTree, ResizedTreeEqualsFreshTree) {
     for (bool periodic : {false, true}) {
         const std::array<double, 3> first_side{10.0, 10.0, 10.0}, first_centre{5.0, 5.0, 5.0};
