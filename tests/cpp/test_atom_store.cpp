@@ -120,29 +120,6 @@ TEST(ForceFieldState, DuplicationReusesMatchingArraysAndReplacesOthers) {
     EXPECT_EQ(ff.rz, std::vector<double>({3.0, 6.0}));
 }
 
-TEST(ForceFieldState, FinaliseReleasesPerCallArraysAndKeepsTheRest) {
-    pelix::ForceFieldState empty;
-    pelix::potfor_comvar_finalise(empty);
-    EXPECT_FALSE(empty.copies_allocated);
-
-    pelix::ForceFieldState ff;
-    pelix::duplication_of_atom_vars(ff, 2, {record(1, 0, 1), record(2, 0, 1)});
-    ff.fx = ff.fy = ff.fz = ff.dpmtagathermax = ff.dpmtagathermin = {1.0, 2.0};
-    ff.nebpnt = ff.bonds.neb = ff.bonds.datum = {0, 1};
-    ff.nebour = ff.pbctyp = {0, 1};
-    ff.bonds.bndlen = ff.bonds.cutfcn = {2.5};
-    ff.potnum.assign(2, 1);
-
-    pelix::potfor_comvar_finalise(ff);
-    EXPECT_FALSE(ff.copies_allocated);
-    EXPECT_EQ(ff.potnum.data.capacity() + ff.idnum.capacity() + ff.rx.capacity() +
-                  ff.latyp.capacity() + ff.fx.capacity() + ff.fz.capacity() + ff.nebpnt.capacity() +
-                  ff.nebour.capacity() + ff.pbctyp.capacity() + ff.bonds.neb.capacity() +
-                  ff.bonds.cutfcn.capacity() + ff.bonds.datum.capacity() +
-                  ff.dpmtagathermin.capacity(),
-              0u);
-}
-
 // The list arrays hand their memory from one call to the next: a released array leaves its
 // buffer to the spare, the next fill of a size it can hold takes the buffer over, releasing an
 // array that holds nothing keeps the spare, and a spare far larger than asked is freed.

@@ -5,11 +5,11 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
-#include "family_test_support.hpp"
 #include "interaction/cells.hpp"
 #include "interaction/evaluation.hpp"
 #include "interaction/neighbour_list.hpp"
 #include "potentials/catalogue.hpp"
+#include "scratch_dir.hpp"
 
 namespace {
 
@@ -114,8 +114,9 @@ TEST(Evaluation, UnknownOrUnbuiltPotentialStopsTheEvaluation) {
             " nrerror: CALCULATE_INTERACTION: POTLST= " + std::string(keyword) +
             std::string(12 - std::string(keyword).size(), ' ') + " is unknown";
         EXPECT_EQ(message.size(), 64u);
-        EXPECT_EQ(pelix::test_support::nrerror_line(
-                      [&] { pelix::single_point_evaluation(engine, records); }),
+        EXPECT_EQ(pelix::test_support::stop_of([&] {
+                      pelix::single_point_evaluation(engine, records);
+                  }).lines.at(0),
                   message);
         ASSERT_EQ(call_log.size(), 1u);  // the potential before it did run
     }

@@ -4,17 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "common/fatal_error.hpp"
 #include "common/spline.hpp"
-#include "family_test_support.hpp"
+#include "scratch_dir.hpp"
 
 namespace pelix {
 namespace {
 
-using test_support::nrerror_line;
+using test_support::stop_of;
+std::string nrerror_line(const std::function<void()>& action) {
+    return stop_of(action).first();
+}
 using Values = std::vector<double>;
 
 double cubic(double x) {
