@@ -1,9 +1,6 @@
 """Input-file writers and the "potfor.IN" reader: layout, validation, and the engine reading a
 written run configuration."""
 
-import subprocess
-import sys
-
 import pytest
 
 from pelix.inputs import (
@@ -15,34 +12,31 @@ from pelix.inputs import (
     write_inputs,
 )
 
-# Line of each setting in "pelix.IN", written out from the file layout, and a value other
-# than the default with the leading text the line must start with.
-NON_DEFAULT = {
-    "bgorct": (1, "CNTIN", "CNTIN"), "simustage": (2, "PRODU", "PRODU"),
-    "simutype": (3, "INDEN", "INDEN"), "ident": (4, "T1", "T1    "),
-    "pbc": (5, (0, 1, 1), " 0 1 1"), "pcskin": (6, 5.0, " 5.0"), "dt": (7, 0.5, " 0.5"),
-    "runtim": (8, 250.0, " 250.0"), "fe_flag": (9, 1, " 1"), "youngs": (10, 1.5, " 1.5"),
-    "poissons": (11, 0.3, " 0.3"), "roe": (12, 2.0, " 2.0"),
-    "thermtype": (13, "BERENDSEN", " BERENDSEN"), "ttemp": (14, 300.0, " 300.0"),
-    "ptemp": (15, 10.0, " 10.0"), "safevr": (16, 20.0, " 20.0"), "picevr": (17, 30.0, " 30.0"),
-    "ke_vtk": (18, True, " T"), "pe_vtk": (19, True, " T"), "animation_flag": (20, True, " T"),
-    "animation_frequency": (21, 5.0, " 5.0"), "multipole_flag": (22, 2, " 2"),
-    "neb_flag": (23, True, " T"), "chargesinxyz": (24, True, " T"),
-    "velocityinxyz": (25, True, " T"), "zip_flag": (26, True, " T"),
-    "fixatomsoutside": (27, True, " T"), "latticeskin": (28, 3.5, " 3.5"),
-    "chargerecoverysim": (29, True, " T"), "chargerecoveryhalflife": (30, 7.0, " 7.0"),
-    "chargerecoverytimestep": (31, 0.25, " 0.25"), "failsafebackupflag": (32, True, " T"),
-    "use_pipe": (33, True, " T"), "minfileoutput": (34, True, " T"),
-}
+# Every setting of "pelix.IN" in the order of its line, with a value other than the default
+# and the text its line must start with.
+NON_DEFAULT = [
+    ("bgorct", "CNTIN", "CNTIN"), ("simustage", "PRODU", "PRODU"),
+    ("simutype", "INDEN", "INDEN"), ("ident", "T1", "T1    "), ("pbc", (0, 1, 1), " 0 1 1"),
+    ("pcskin", 5.0, " 5.0"), ("dt", 0.5, " 0.5"), ("runtim", 250.0, " 250.0"),
+    ("fe_flag", 1, " 1"), ("youngs", 1.5, " 1.5"), ("poissons", 0.3, " 0.3"),
+    ("roe", 2.0, " 2.0"), ("thermtype", "BERENDSEN", " BERENDSEN"), ("ttemp", 300.0, " 300.0"),
+    ("ptemp", 10.0, " 10.0"), ("safevr", 20.0, " 20.0"), ("picevr", 30.0, " 30.0"),
+    ("ke_vtk", True, " T"), ("pe_vtk", True, " T"), ("animation_flag", True, " T"),
+    ("animation_frequency", 5.0, " 5.0"), ("multipole_flag", 2, " 2"), ("neb_flag", True, " T"),
+    ("chargesinxyz", True, " T"), ("velocityinxyz", True, " T"), ("zip_flag", True, " T"),
+    ("fixatomsoutside", True, " T"), ("latticeskin", 3.5, " 3.5"),
+    ("chargerecoverysim", True, " T"), ("chargerecoveryhalflife", 7.0, " 7.0"),
+    ("chargerecoverytimestep", 0.25, " 0.25"), ("failsafebackupflag", True, " T"),
+    ("use_pipe", True, " T"), ("minfileoutput", True, " T"),
+]
+SETTINGS = {name: value for name, value, _ in NON_DEFAULT}
 
 
 def test_every_run_setting_lands_in_its_own_line():
-    assert set(NON_DEFAULT) == set(RUN_SETTINGS)
-    lines = pelix_in_text(**{name: value for name, (_, value, _) in NON_DEFAULT.items()})
-    lines = lines.splitlines()
+    assert set(SETTINGS) == set(RUN_SETTINGS)
+    lines = pelix_in_text(**SETTINGS).splitlines()
     assert len(lines) == 34
-    for name, (number, _, lead) in NON_DEFAULT.items():
-        line = lines[number - 1]
+    for (name, _, lead), line in zip(NON_DEFAULT, lines):
         assert line.startswith(lead + " "), (name, line)
     # Defaults: a fresh run, periodic, with the thermostat off.
     default = pelix_in_text().splitlines()
@@ -94,28 +88,17 @@ def test_pair_records_use_engine_symbols_and_known_keywords(tmp_path):
             read_potfor_in(path)
 
 
-def test_engine_reads_a_written_run_configuration(tmp_path):
+def test_engine_reads_a_written_run_configuration(workdir):
     # Settings that change the force call: open x axis, and an indentation run, whose region
     # reaches 100 A further below the box along y.
-    settings = {name: value for name, (_, value, _) in NON_DEFAULT.items()}
-    settings.update(multipole_flag=1, fe_flag=0, fixatomsoutside=False)
-    write_inputs(tmp_path, pairs=[("Fe", "Fe", "BUCKBW")], **settings)
-    script = """
-import numpy as np, PELIXInterface as P
-assert P.read_pelix_in() == 0
-def call(pos):
-    n = len(pos) // 3
-    out = np.zeros(3 * n), np.zeros(n), np.zeros(n)
-    return P.calcforce(-1, "Fe", np.zeros(n, np.int32), np.array(pos, float), np.zeros(n),
-                       *out, 10.0, 10.0, 10.0, np.zeros(0, np.int32), np.zeros(0, np.int32))
-# 2.5 A apart only through the periodic image along x, which is open here.
-print(call([0.5, 5.0, 5.0, 8.0, 5.0, 5.0])[0], call([0.5, 5.0, 5.0, 3.0, 5.0, 5.0])[0])
-print(call([0.5, -550.0, 5.0, 8.0, 5.0, 5.0])[3])
-"""
-    done = subprocess.run([sys.executable, "-c", script], cwd=tmp_path, capture_output=True,
-                          text=True, timeout=120)
-    assert done.returncode == 0, done.stdout + done.stderr
-    lines = done.stdout.splitlines()
-    across, direct = map(float, lines[-2].split())
-    assert across == 0.0 and direct != 0.0
-    assert lines[-1] == "0"
+    write_inputs(workdir.path, pairs=[("Fe", "Fe", "BUCKBW")],
+                 **dict(SETTINGS, multipole_flag=1, fe_flag=0, fixatomsoutside=False))
+    out = workdir.ok("""
+        assert P.read_pelix_in() == 0
+        box = (10.0, 10.0, 10.0)
+        # 2.5 A apart only through the periodic image along x, which is open here.
+        print(energy("Fe", [0, 0], [0.5, 5.0, 5.0, 8.0, 5.0, 5.0], box),
+              energy("Fe", [0, 0], [0.5, 5.0, 5.0, 3.0, 5.0, 5.0], box),
+              call("Fe", [0, 0], [0.5, -550.0, 5.0, 8.0, 5.0, 5.0], box)[0][3])
+        """).split()
+    assert float(out[-3]) == 0.0 and float(out[-2]) != 0.0 and out[-1] == "0"

@@ -52,40 +52,27 @@ def raised(**changes):
     return info.value
 
 
-def unaligned(values):
-    view = np.zeros(values.nbytes + 1, np.uint8)[1:].view(values.dtype)
-    view[:] = values
-    return view
-
-
-def read_only(values):
-    values.flags.writeable = False
-    return values
-
-
 BOX = "box lengths must be finite and positive"
-BAD = {"image": "x", "zdim": "x", "xdim": "x", "ydim": "x", "pos": ["x"], "specie": [object()],
-       "speciestring": 3.5, "kearray": [0.0], "mainindexes": [object()],
-       "calcindexes": [object()]}
-# The conversion order: the first argument that fails decides the message. NumPy's own error
-# is kept for the array arguments; a type stands for it here.
+# The conversion order, with a value each argument cannot take: the first argument that fails
+# decides the message. NumPy's own error is kept for the array arguments; its type stands for
+# it here.
 ORDER = [
-    ("image", PREFIX + "1st argument (image) can't be converted to int"),
-    ("zdim", PREFIX + "11st argument (zdim) can't be converted to double"),
-    ("xdim", PREFIX + "9th argument (xdim) can't be converted to double"),
-    ("pos", ValueError), ("specie", TypeError),
-    ("speciestring", "failed in converting 2nd argument `speciestring' of "
-                     "PELIXInterface.calcforce to C/Fortran array"),
-    ("ydim", PREFIX + "10th argument (ydim) can't be converted to double"),
-    ("kearray", INOUT + " -- input must be array but got list"),
-    ("mainindexes", TypeError), ("calcindexes", TypeError),
+    ("image", "x", PREFIX + "1st argument (image) can't be converted to int"),
+    ("zdim", "x", PREFIX + "11st argument (zdim) can't be converted to double"),
+    ("xdim", "x", PREFIX + "9th argument (xdim) can't be converted to double"),
+    ("pos", ["x"], ValueError), ("specie", [object()], TypeError),
+    ("speciestring", 3.5, "failed in converting 2nd argument `speciestring' of "
+                          "PELIXInterface.calcforce to C/Fortran array"),
+    ("ydim", "x", PREFIX + "10th argument (ydim) can't be converted to double"),
+    ("kearray", [0.0], INOUT + " -- input must be array but got list"),
+    ("mainindexes", [object()], TypeError), ("calcindexes", [object()], TypeError),
 ]
 
 
 @pytest.mark.parametrize("k", range(len(ORDER)))
 def test_conversion_order_decides_the_message(k):
-    e = raised(**{name: BAD[name] for name, _ in ORDER[k:]})
-    want = ORDER[k][1]
+    e = raised(**{name: bad for name, bad, _ in ORDER[k:]})
+    want = ORDER[k][2]
     if isinstance(want, str):
         assert str(e) == want
     else:
@@ -104,31 +91,35 @@ def test_accepted_forms_reach_the_box_check(change):
     assert type(e) is P.error and BOX in str(e), e
 
 
+# Each size keyword: the length it defaults to, its place, and a value above that length.
+SIZE_KEYWORDS = [("posdim", "len(pos)", "1st", 10), ("natoms", "len(specie)", "2nd", 4),
+                 ("nspecies", "(len(speciestring))/(2)", "3rd", 2), ("edim", "len(kearray)",
+                 "4th", 4), ("ncalc", "len(calcindexes)", "5th", 1),
+                 ("nmain", "len(mainindexes)", "6th", 1)]
+
+
+@pytest.mark.parametrize("name, length, place, value", SIZE_KEYWORDS)
+def test_size_keywords_above_their_length(name, length, place, value):
+    # An odd-length species string drops its last character: "FeO" holds one species.
+    text = str(raised(**{name: value, "speciestring": "FeO"}))
+    assert text == f"({length}>={name}) failed for {place} keyword {name}: calcforce:{name}={value}"
+
+
 @pytest.mark.parametrize("change, error, text", [
     (dict(image=None), TypeError, PREFIX + "1st argument (image) can't be converted to int"),
     (dict(ncalc="many"), None, PREFIX + "5th keyword (ncalc) can't be converted to int"),
-    (dict(posdim=10), P.error,
-     "(len(pos)>=posdim) failed for 1st keyword posdim: calcforce:posdim=10"),
-    (dict(natoms=4), P.error,
-     "(len(specie)>=natoms) failed for 2nd keyword natoms: calcforce:natoms=4"),
-    # An odd-length species string drops its last character: "FeO" holds one species.
-    (dict(speciestring="FeO", nspecies=2), P.error, "((len(speciestring))/(2)>=nspecies) "
-     "failed for 3rd keyword nspecies: calcforce:nspecies=2"),
-    (dict(edim=4), P.error, "(len(kearray)>=edim) failed for 4th keyword edim: calcforce:edim=4"),
-    (dict(ncalc=1), P.error,
-     "(len(calcindexes)>=ncalc) failed for 5th keyword ncalc: calcforce:ncalc=1"),
-    (dict(nmain=1), P.error,
-     "(len(mainindexes)>=nmain) failed for 6th keyword nmain: calcforce:nmain=1"),
     (dict(force=[7.0] * 9), ValueError, INOUT + " -- input must be array but got list"),
     (dict(force=np.full(9, 7.0, np.float32)), ValueError,
      INOUT + " -- expected elsize=8 but got 4"),
     (dict(pearray=np.full(3, 7, np.int64)), ValueError,
      INOUT + " -- input 'l' not compatible to 'd'"),
     (dict(force=np.full(18, 7.0)[::2]), ValueError, INOUT + " -- input not contiguous"),
-    (dict(force=unaligned(np.full(9, 7.0))), ValueError, INOUT + " -- input not 8-aligned"),
+    (dict(force=np.frombuffer(bytearray(b"\0" + np.full(9, 7.0).tobytes()), offset=1)),
+     ValueError, INOUT + " -- input not 8-aligned"),
     (dict(force=np.full(9, 7.0, ">f8")), ValueError,
      INOUT + " -- input not in native byte order"),
-    (dict(force=read_only(np.full(9, 7.0))), ValueError, INOUT + " -- input not writeable"),
+    (dict(force=np.frombuffer(np.full(9, 7.0).tobytes())), ValueError,  # read-only
+     INOUT + " -- input not writeable"),
     (dict(force=np.full(6, 7.0)), ValueError, "0-th dimension must be fixed to 9 but got 6"),
     (dict(charge=np.zeros(1)), None, "unexpected array size: new_size=3, got array with "
      "arr_size=1"),
