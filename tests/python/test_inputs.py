@@ -44,37 +44,32 @@ def test_every_run_setting_lands_in_its_own_line():
     assert default[12].split()[0] == "NO_THERMOSTAT"
 
 
-@pytest.mark.parametrize(
-    "settings",
-    [
-        {"pcskn": 1.0}, {"pbc": (1, 2, 1)}, {"pbc": (1, 1)}, {"multipole_flag": 3},
-        {"dt": 0.0}, {"ttemp": float("nan")}, {"ttemp": -1.0}, {"runtim": "1000"},
-        {"ident": "SEVENCH"}, {"ident": "A B"}, {"simutype": "COLLISION"},
-        {"bgorct": "begin"}, {"ke_vtk": 1}, {"thermtype": "NOSE HOOVER"}, {"fe_flag": 1.0},
-    ],
-)
-def test_bad_run_settings_are_refused(settings):
-    with pytest.raises((ValueError, TypeError)):
-        pelix_in_text(**settings)
+BAD_SETTINGS = [
+    {"pcskn": 1.0}, {"pbc": (1, 2, 1)}, {"pbc": (1, 1)}, {"multipole_flag": 3}, {"dt": 0.0},
+    {"ttemp": float("nan")}, {"ttemp": -1.0}, {"runtim": "1000"}, {"ident": "SEVENCH"},
+    {"ident": "A B"}, {"simutype": "COLLISION"}, {"bgorct": "begin"}, {"ke_vtk": 1},
+    {"thermtype": "NOSE HOOVER"}, {"fe_flag": 1.0}]
+BAD_SLABS = [[("XX", 0.0, 1.0)], [("FX", 0.0, float("inf"))], [("FX", 0.0)]]
+BAD_PAIRS = [([("N", "Fe", "ZERO")], "not in the engine's element table"),
+             ([("Fe", "Fe", "buckbw")], "'BUCKBW'"), ([], None)]
 
 
-def test_lattice_slabs_are_checked_and_counted_per_axis():
+@pytest.mark.parametrize("write, args, text", [(pelix_in_text, s, None) for s in BAD_SETTINGS]
+                         + [(lambda y: lattice_in_text(y=y), slabs, None) for slabs in BAD_SLABS]
+                         + [(potfor_in_text, pairs, text) for pairs, text in BAD_PAIRS])
+def test_bad_input_is_refused(write, args, text):
+    with pytest.raises((ValueError, TypeError), match=text):
+        write(**args) if isinstance(args, dict) else write(args)
+
+
+def test_lattice_slabs_are_counted_per_axis():
     text = lattice_in_text(x=[("FX", 0.0, 2.0), ("TH", 8.0, 10.0)], z=[("DP", 5, 0)])
     assert text.splitlines() == ["2", "FX 0.0 2.0", "TH 8.0 10.0", "0", "1", "DP 5.0 0.0"]
-    for bad in ([("XX", 0.0, 1.0)], [("FX", 0.0, float("inf"))], [("FX", 0.0)]):
-        with pytest.raises(ValueError):
-            lattice_in_text(y=bad)
 
 
 def test_pair_records_use_engine_symbols_and_known_keywords(tmp_path):
     text = potfor_in_text([("Fe", "O", "BUCKBW"), ("O_", "O_", "BUCKBW"), ("P", "Fe", "MORSEPT")])
     assert text.splitlines()[2:] == ["3", "Fe O_ BUCKBW", "O_ O_ BUCKBW", "P_ Fe MORSEPT"]
-    with pytest.raises(ValueError, match="not in the engine's element table"):
-        potfor_in_text([("N", "Fe", "ZERO")])
-    with pytest.raises(ValueError, match="'BUCKBW'"):
-        potfor_in_text([("Fe", "Fe", "buckbw")])
-    with pytest.raises(ValueError):
-        potfor_in_text([])
     # The reader takes what the engine takes: list-directed items, two-character symbols and
     # twelve-character keywords.
     path = tmp_path / "potfor.IN"
