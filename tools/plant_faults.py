@@ -343,7 +343,7 @@ def first_failed_pytest(output: str) -> str:
 def run_suites(clone: Path, log: Path, deadline: Deadline) -> tuple[str, str]:
     """Runs ctest, then pytest if ctest passed. Returns (result, first failing test)."""
     ctest = ["ctest", "--test-dir", str(build_dir(clone)), "--output-on-failure", "--timeout", "120",
-             "--stop-on-failure", "-Q"]
+             "--stop-on-failure"]
     code, output = run(ctest, clone, log, deadline.left())
     if code != 0:
         return "caught (C++)", first_failed_ctest(output)
