@@ -38,12 +38,6 @@ const PairConstants kPairPFe{
     0.848, 2.22, {3017.2963, -8433.2466, 9663.4483, -5587.2792, 1614.07, -185.37477}, 2.1, 1.0,
     kP,    kFe};
 
-double poly(const std::array<double, 6>& b, double r) {
-    double sum = 0.0;
-    for (int k = 5; k >= 0; --k)
-        sum = sum * r + b[static_cast<std::size_t>(k)];
-    return sum;
-}
 double zbl_energy(int32_t z1, int32_t z2, double r) {
     return test_support::zbl_reference(z1, z2, r).v;
 }
@@ -53,17 +47,6 @@ double smoothing_value(double rl, double rh, double r) {
         return 1.0;
     const double x = (r - rh) / (rl - rh);
     return 3 * std::pow(x, 4) - 8 * std::pow(x, 3) + 6 * x * x;
-}
-
-// The energy of a pair in whichever region r falls, from the constants above.
-double expected_energy(const PairConstants& c, bool exponential_bridge, double r) {
-    if (r <= c.sr_cutoff)
-        return zbl_energy(c.z1, c.z2, r);
-    if (r < c.cutin)
-        return exponential_bridge ? std::exp(poly(c.b, r)) : poly(c.b, r);
-    const double alpha = 3.76 / c.r0, d = r - c.r0;
-    const double v0 = c.e0 * (std::exp(-2 * alpha * d) - 2 * std::exp(-alpha * d));
-    return v0 * smoothing_value(c.r0, 1.4 * c.r0, r);
 }
 
 MorseptState set_up(int32_t k = 1) {
@@ -117,36 +100,6 @@ TEST(Morsept, SmoothingFallsFromOneToZeroWithFlatEnds) {
         morsept_smoothing(state, t, 0.5 * (rl + rh), f, df);
         EXPECT_NEAR(f, smoothing_value(rl, rh, 0.5 * (rl + rh)), 1e-14) << t;
         EXPECT_LT(df, 0.0);
-    }
-}
-
-TEST(Morsept, PairFunctionInEveryRegionAndAtItsBoundaries) {
-    const MorseptState state = set_up();
-    auto check = [&](int32_t t, double r, double expected) {
-        const PairValue p = morsept_pair(state, t, r);
-        EXPECT_NEAR(p.v, expected, 1e-12 * std::abs(expected) + 1e-15)
-            << "type " << t << " r " << r;
-    };
-    // At the Morse minimum the smoothing has not begun: V = -e0, no force.
-    EXPECT_NEAR(morsept_pair(state, 1, 3.35).v, -0.194, 1e-15);
-    EXPECT_NEAR(morsept_pair(state, 1, 3.35).f, 0.0, 1e-15);
-    EXPECT_NEAR(morsept_pair(state, 2, 2.22).v, -0.848, 1e-15);
-
-    // Each boundary exactly and just past it: sr_cutoff is still ZBL, cutin is already Morse.
-    for (const auto& [t, c] : {std::pair{1, kPairPP}, std::pair{2, kPairPFe}}) {
-        const bool exponential = t == 1;
-        for (double r : {c.sr_cutoff, c.sr_cutoff + 1e-7, c.cutin - 1e-7, c.cutin, c.cutin + 1e-7,
-                         c.r0 + 0.3, 1.4 * c.r0 - 1e-3})
-            check(t, r, expected_energy(c, exponential, r));
-    }
-    // The bridge is far from ZBL at the short-range radius, so the side taken is visible.
-    EXPECT_GT(std::abs(morsept_pair(state, 1, 0.9).v - morsept_pair(state, 1, 0.9000001).v), 1.0);
-
-    // At and beyond the cut-off radius there is no bond.
-    for (const auto& [t, r] :
-         {std::pair{1, 4.6899999999999995}, std::pair{1, 5.0}, std::pair{2, 3.108}}) {
-        EXPECT_EQ(morsept_pair(state, t, r).v, 0.0);
-        EXPECT_EQ(morsept_pair(state, t, r).f, 0.0);
     }
 }
 

@@ -26,28 +26,6 @@ constexpr int32_t kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kFe = 26, kNi = 2
                   kY = 39, kAg = 47, kAu = 79;
 constexpr double kPi = std::numbers::pi;
 
-// E(r) = V0(r) cutfcn(r) and F = -dE/dr, written out from the universal screening length, the
-// four-term screening function and the cosine taper between conrl and conrh.
-struct Expected {
-    double e, f;
-};
-Expected expected_pair(int32_t z1, int32_t z2, double conrl, double conrh, double r) {
-    const auto [v0, dv0] = test_support::zbl_reference(z1, z2, r);
-    double fc = 1.0, dfc = 0.0;
-    if (r >= conrl) {
-        const double w = conrh - conrl, theta = kPi * (r - conrl) / w;
-        fc = 0.5 * (std::cos(theta) + 1.0);
-        dfc = -0.5 * kPi / w * std::sin(theta);
-    }
-    return {v0 * fc, -(dv0 * fc + v0 * dfc)};
-}
-
-ZblpotlState set_up(int32_t k = 1) {
-    Engine engine;
-    setup_prms_for_zblpotl(engine, k);
-    return engine.families.zblpotl;
-}
-
 std::string mapij_refusal(int32_t za, int32_t zb) {
     return nrerror_line([&] { zblpotl_mapij(za, zb); });
 }
@@ -91,37 +69,6 @@ TEST(Zblpotl, SetUpKeepsItsNumberAndGivesTheCutOffOfEachPair) {
     EXPECT_EQ(zblpotl_cutoff_squared(engine, kC, kFe), 12.8881);
     EXPECT_EQ(zblpotl_cutoff_squared(engine, kY, kHe), 16.0);
     EXPECT_THROW(zblpotl_cutoff_squared(engine, kAg, kAg), FatalError);
-}
-
-TEST(Zblpotl, PairFunctionRegionByRegion) {
-    const ZblpotlState state = set_up();
-    struct Case {
-        int32_t t, z1, z2;
-        double conrl, conrh, r;
-    };
-    // Fe-C (narrow taper) and O-C: full repulsion, the start of the taper, inside it.
-    for (const Case& c :
-         {Case{2, kFe, kC, 3.3795, 3.59, 0.6}, Case{2, kFe, kC, 3.3795, 3.59, 3.3},
-          Case{2, kFe, kC, 3.3795, 3.59, 3.3795}, Case{2, kFe, kC, 3.3795, 3.59, 3.5},
-          Case{4, kO, kC, 3.0, 4.0, 1.2}, Case{4, kO, kC, 3.0, 4.0, 3.0},
-          Case{4, kO, kC, 3.0, 4.0, 3.7}, Case{10, kHe, kY, 3.0, 4.0, 3.25}}) {
-        const Expected e = expected_pair(c.z1, c.z2, c.conrl, c.conrh, c.r);
-        const PairValue p = zblpotl_pair(state, c.t, c.r);
-        EXPECT_NEAR(p.v, e.e, 1e-12 * std::abs(e.e)) << "type " << c.t << " r " << c.r;
-        EXPECT_NEAR(p.f, e.f, 1e-12 * std::abs(e.f) + 1e-15) << "type " << c.t << " r " << c.r;
-    }
-    // No pair at the outer radius; just inside it the tapered repulsion has all but vanished.
-    for (auto [t, z, conrl, conrh] :
-         {std::tuple{2, kFe, 3.3795, 3.59}, std::tuple{4, kO, 3.0, 4.0}}) {
-        const PairValue at = zblpotl_pair(state, t, conrh);
-        EXPECT_EQ(at.v, 0.0);
-        EXPECT_EQ(at.f, 0.0);
-        const double r = conrh - 1e-4;
-        const PairValue inside = zblpotl_pair(state, t, r);
-        const Expected e = expected_pair(z, kC, conrl, conrh, r);
-        EXPECT_GT(inside.v, 0.0);
-        EXPECT_NEAR(inside.v, e.e, 1e-6 * e.e);
-    }
 }
 
 TEST(Zblpotl, BondListOverflowStopsWithTheFamilyMessage) {

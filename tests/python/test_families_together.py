@@ -63,26 +63,3 @@ def test_buckbw_and_zblpotl_pairs_add_up_to_the_whole(workdir):
     assert np.allclose(whole[1], buckbw_only[1] + zblpotl_only[1], rtol=0, atol=1e-10 * scale)
     assert np.allclose(whole[2], buckbw_only[2] + zblpotl_only[2], rtol=0, atol=1e-10 * scale)
     assert abs(whole[2].sum() - whole[0]) <= 1e-10 * abs(whole[0])
-
-
-@pytest.mark.parametrize("species, pairs, message", [
-    ("P_Fe", [("P_", "P_", "MORSEPT"), ("P_", "Fe", "MORSEPT"), ("Fe", "Fe", "MORSEPT")],
-     "nrerror: FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"),
-    ("AgC_", [("Ag", "Ag", "ZBLPOTL"), ("Ag", "C_", "ZBLPOTL"), ("C_", "C_", "ZERO")],
-     "nrerror: ZBLPOTL_MAPIJ: Ag-Ag interaction is not implemented"),
-    ("AuFe", [("Au", "Au", "ACKLAND"), ("Fe", "Fe", "ACKLAND"), ("Au", "Fe", "ACKLAND")],
-     "nrerror: ACKLAND_MAPIJ: Ackland interaction betweenFe and Au has not been implemented yet."),
-])
-def test_a_pair_its_family_does_not_know_stops_while_the_cutoffs_are_sized(workdir, species,
-                                                                            pairs, message):
-    workdir.write("potfor.IN", potfor_in_text(pairs))
-    done = workdir.run(
-        f"""
-        print("before the call", flush=True)
-        call({species!r}, [0, 1], [1.0, 1.0, 1.0, 5.0, 5.0, 5.0], (10.0, 10.0, 10.0))
-        print("unreachable")
-        """
-    )
-    assert done.returncode == 1, done.stdout + done.stderr
-    lines = [line.strip() for line in done.stdout.splitlines()]
-    assert lines == ["before the call", message, "program terminated by nerror"]

@@ -1,0 +1,230 @@
+"""Families against values that do not come from the engine's own formulas: dimer energies
+computed by hand from the published forms and constants, published lattice constants, and
+the analytic functions that the table families' files sample."""
+
+import itertools
+import json
+import math
+
+import numpy as np
+import pytest
+
+import families as fam
+from pelix.inputs import potfor_in_text
+
+# Dimer energies (r in A, E in eV) computed by hand from the published forms and constants:
+# per pair, one distance in each region (screened repulsion, bridge, own form, taper).
+BUCKBW_DIMERS = [
+    ("Fe", "Fe", (0.776, 304.6089402203928), (1.385, 20.60989701448807),
+     (2.1, -0.01534546572782336), (3.515, -0.05795297123679959)),
+    ("Ti", "Ti", (1.224, 41.0775551463281), (2.005, 3.242264245005913),
+     (2.78, -0.6338900751134551), (4.695, -0.05138927604179545)),
+    ("Y_", "Y_", (1.44, 38.622227800612976), (2.4, 2.448142374400618),
+     (3.3, -0.5327501358971678), (5.09, -0.06390780872987151)),
+    ("Fe", "Y_", (1.2, 69.62893224571282), (1.875, 6.63980795898425),
+     (2.55, 0.049409837497725206), (5.03, -0.023013605372307913)),
+    ("Fe", "Ti", (1.096, 72.71553992164439), (1.835, 4.208746569923278),
+     (2.6, -0.6590224125054145), (4.13, -0.051072631631185875)),
+    ("Ti", "Y_", (1.536, 19.960937933105157), (2.36, 1.4415365170919188),
+     (3.1, -0.47659721150248924), (5.46, -0.022946555250496686)),
+    ("Fe", "O_", (0.6, 287.0893484494151), (1.05, 37.130312060405686),
+     (1.65, -0.4853693308735991), (3.62, -0.02204587967899178)),
+    ("Ti", "O_", (0.48, 503.7510707901566), (0.95, 81.13702116624836),
+     (1.6, 1.1577949714266431), (3.65, -0.030892294462133877)),
+    ("Y_", "O_", (0.68, 265.5305235836843), (1.25, 28.88208881835635),
+     (1.95, -1.3714787079842221), (3.65, -0.08277607242681216)),
+    ("O_", "O_", (0.96, 26.941500715633367), (1.475, 5.598601113351435),
+     (2.05, 2.736798129476766), (3.725, 0.12674730221082736)),
+]
+# dV/dr of the shifted screened repulsion as the family defines it: S'/r - V/r, the shift
+# inside V, so that the force differs from minus the gradient by shift / r.
+BUCKBW_SHIFTED_SLOPES = {("Y_", "Y_"): -129.69837598564183, ("Fe", "Y_"): -259.77330001264176,
+                         ("Ti", "O_"): -2775.1014572079616, ("Y_", "O_"): -1242.0184374614528}
+MORSEPT_DIMERS = [
+    ("P_", "P_", (0.72, 176.24007994660911), (1.375, 16.452520698242534),
+     (2.6, 0.1442916740008007), (4.02, -0.09611083929529736)),
+    ("P_", "Fe", (0.8, 184.12987748803084), (1.55, 13.815694687414862),
+     (2.16, -0.8382976817443769), (2.664, -0.42011335939387695)),
+]
+ZBLPOTL_DIMERS = [
+    ("Ag", "C_", (2.0, 2.6082108496366), (3.5, 0.04524220367778924)),
+    ("Fe", "C_", (2.0, 2.0259211667028145), (3.48475, 0.04162050144558861)),
+    ("Mg", "C_", (2.0, 1.3905557678184162), (3.5, 0.032206225392332415)),
+    ("O_", "C_", (2.0, 1.1192038989221176), (3.5, 0.027705566828268167)),
+    ("Au", "C_", (2.0, 3.167628774672784), (3.5, 0.047420720909589896)),
+    ("Ni", "C_", (2.0, 2.0946491050303084), (3.5, 0.04112868175243164)),
+    ("Al", "C_", (2.0, 1.449170506442055), (3.5, 0.033097990554150414)),
+    ("Fe", "Y_", (2.0, 5.5408466586544005), (3.5, 0.075195398340663)),
+    ("Fe", "O_", (2.0, 2.407340812055452), (3.5, 0.04587413185028851)),
+    ("He", "Y_", (2.0, 1.174289387407224), (3.5, 0.024809948144446103)),
+]
+
+
+def dimer_results(workdir, keyword, rows, extra_pairs=()):
+    """Energy, per-atom energies and forces of every dimer of `rows` in an open box, the
+    second atom at r along (0.6, 0.8, 0) from the first."""
+    symbols = sorted({s for row in rows for s in row[:2]})
+    pairs = [(a, b, keyword if (a, b) in {r[:2] for r in rows} or (b, a) in {r[:2] for r in rows}
+              else "ZERO") for a, b in itertools.combinations_with_replacement(symbols, 2)]
+    workdir.use_pairs(pairs, False)
+    dimers = [(row[0], row[1], r, e, k) for row in rows for k, (r, e) in enumerate(row[2:])]
+    configurations = [([symbols.index(a), symbols.index(b)],
+                       [5.0, 5.0, 5.0, 5.0 + 0.6 * r, 5.0 + 0.8 * r, 5.0])
+                      for a, b, r, _, _ in dimers]
+    results = workdir.run_calls("".join(symbols), configurations, (20.0, 20.0, 20.0))
+    return dimers, results
+
+
+@pytest.mark.parametrize("keyword, rows", [("BUCKBW", BUCKBW_DIMERS),
+                                           ("MORSEPT", MORSEPT_DIMERS),
+                                           ("ZBLPOTL", ZBLPOTL_DIMERS)])
+def test_dimer_energies_in_every_region_of_every_pair(workdir, keyword, rows):
+    dimers, results = dimer_results(workdir, keyword, rows)
+    for (a, b, r, want, region), (energy, pe, force) in zip(dimers, results):
+        assert energy == pytest.approx(want, rel=1e-12), (a, b, r)
+        np.testing.assert_allclose(pe, [0.5 * want] * 2, rtol=1e-12)
+        f = force.reshape(2, 3)
+        np.testing.assert_allclose(f[0], -f[1], rtol=0, atol=1e-12 * np.abs(f).max())
+        shifted = BUCKBW_SHIFTED_SLOPES.get((a, b)) if keyword == "BUCKBW" else None
+        if shifted is not None and region == 0:
+            # The force on the second atom is -dV/dr along the bond.
+            np.testing.assert_allclose(f[1], [-0.6 * shifted, -0.8 * shifted, 0.0],
+                                       rtol=1e-11, atol=1e-9)
+
+
+def test_tabulated_pairs_follow_the_morse_pairs_they_sample(workdir):
+    workdir.use_pairs(fam.FAMILIES[3].pairs, False)
+    fam.write_morlist_tables(workdir.path)
+    cases = [(pair, r) for pair, (_, _, _, first, last) in fam.MORLIST_MORSE.items()
+             for r in np.linspace(first + 1e-6, last - 1e-6, 7)]
+    configurations = [(list(pair), [5.0, 5.0, 5.0, 5.0 + 0.6 * r, 5.0 + 0.8 * r, 5.0])
+                      for pair, r in cases]
+    results = workdir.run_calls("P_Fe", configurations, (20.0, 20.0, 20.0))
+    for (pair, r), (energy, _, force) in zip(cases, results):
+        v, dv = fam.morse(*fam.MORLIST_MORSE[pair][:3], r)
+        assert energy == pytest.approx(v, abs=1e-9), (pair, r)
+        np.testing.assert_allclose(force[3:5], [-0.6 * dv, -0.8 * dv], atol=1e-7)
+    # Closer than the first table distance stops the process.
+    done = workdir.run('call("P_Fe", [0, 1], [3.0, 3.0, 3.0, 4.15, 3.0, 3.0], (10.0,) * 3)')
+    assert done.returncode == 1
+    assert [line.strip() for line in done.stdout.splitlines()] == [
+        "nrerror: ACKL_INTERACT: RLIJ < 0.2", "program terminated by nerror"]
+
+
+def test_silver_and_gold_crystals_are_balanced_and_lowest_at_their_lattice_constants(workdir):
+    # Published fcc lattice constants: Ag 4.086 A, Au 4.078 A.
+    workdir.use_pairs(fam.FAMILIES[4].pairs, True)
+    out = workdir.ok(
+        """
+        import json
+        from itertools import product
+        base = np.array([[0, 0, 0], [0.5, 0.5, 0], [0.5, 0, 0.5], [0, 0.5, 0.5]])
+        corners = np.array(list(product(range(3), repeat=3)), dtype=float)
+        unit = ((corners[:, None, :] + base[None, :, :]).reshape(-1, 3) + 0.1).ravel()
+        results = {}
+        for specie, a0 in ((1, 4.086), (2, 4.078)):
+            rows = []
+            for a in (a0 * 0.995, a0, a0 * 1.005):
+                result, out = call("FeAgAu", [specie] * 108, unit * a, (3 * a,) * 3)
+                rows.append([result[0], out["pearray"].tolist(), np.abs(out["force"]).max()])
+            results[specie] = rows
+        print(json.dumps(results))
+        """
+    )
+    for (below, _, _), (at, pe, largest_force), (above, _, _) in json.loads(
+            out.splitlines()[-1]).values():
+        assert at / 108 < -2.0 and at < below and at < above
+        np.testing.assert_allclose(pe, at / 108, rtol=1e-12)
+        assert largest_force < 1e-12
+
+
+def test_tabulated_iron_cut_off_grows_by_the_lattice_constant_at_every_call(workdir):
+    workdir.use_pairs(fam.FAMILIES[6].pairs, False)
+    fam.write_table(workdir.path / fam.ACKLIST_TABLE, 1.0, 16.0, 1501, fam.acklist_pair)
+    # Around A: B 3.73 and D 3.72 away (just beyond and within the first radius 3.72645),
+    # E 10.67 and C 10.69 away (within and just beyond the second); all within the third.
+    a = np.array([25.0, 25.0, 25.0])
+    pos = np.array([a, a + [3.73, 0, 0], a - [10.69, 0, 0], a + [0, 3.72, 0], a - [0, 10.67, 0]])
+    out = workdir.ok(
+        f"""
+        pos = np.array({pos.ravel().tolist()!r})
+        print([call("Fe", [0] * 5, pos, (50.0,) * 3)[0][0] for _ in range(3)])
+        """
+    )
+    energies = json.loads(out.splitlines()[-1])
+
+    def density(r):  # the iron density knots
+        return sum(c * (k - r) ** 3 for k, c in zip((2.4, 3.2, 4.2),
+                   (11.68685940797, -0.01471074009883, 0.47193527075943)) if k > r)
+
+    for call_number, energy in enumerate(energies):
+        radius = 1.3 * 2.8665 ** (call_number + 1)
+        rho, expected = np.zeros(5), 0.0
+        for i, j in itertools.combinations(range(5), 2):
+            r = float(np.linalg.norm(pos[j] - pos[i]))
+            if r < radius:
+                expected += fam.acklist_pair(r)[0]
+                rho[[i, j]] += density(r)
+        assert energy == pytest.approx(expected - np.sqrt(rho).sum(), abs=1e-8)
+    assert len({round(e, 6) for e in energies}) == 3  # one bond, then four, then all ten
+
+
+@pytest.mark.parametrize("periodic", [False, True])
+def test_ternary_alloy_follows_the_functions_its_tables_sample(workdir, periodic):
+    family = fam.FAMILIES[5]
+    workdir.use_pairs(family.pairs, periodic)
+    family.write_inputs(workdir.path)
+    specie, pos = fam.sample(family, 4, periodic)
+    [(energy, pe, force)] = workdir.run_calls(family.species, [(specie, pos)], (family.box,) * 3)
+    pos = np.reshape(pos, (-1, 3))
+    bonds = []
+    for i, j in itertools.combinations(range(len(specie)), 2):
+        d = pos[j] - pos[i]
+        if periodic:
+            d -= family.box * np.round(d / family.box)
+        r = float(np.linalg.norm(d))
+        if r < 5.18:
+            bonds.append((i, j, d, r))
+    density = np.zeros(len(specie))
+    for i, j, _, r in bonds:
+        density[i] += fam.ternary_rho(specie[j], r)[0]
+        density[j] += fam.ternary_rho(specie[i], r)[0]
+    pe_ref, slope = np.transpose([fam.ternary_embed(e, p) for e, p in zip(specie, density)])
+    force_ref = np.zeros((len(specie), 3))
+    for i, j, d, r in bonds:
+        v, dv = fam.morse(*fam.TERNARY_MORSE[tuple(sorted((specie[i], specie[j])))], r)
+        pe_ref[[i, j]] += 0.5 * v
+        dedr = (dv + slope[i] * fam.ternary_rho(specie[j], r)[1]
+                + slope[j] * fam.ternary_rho(specie[i], r)[1])
+        force_ref[i] += dedr * d / r
+        force_ref[j] -= dedr * d / r
+    assert energy == pytest.approx(pe_ref.sum(), rel=1e-9)
+    np.testing.assert_allclose(pe, pe_ref, rtol=0, atol=1e-8)
+    np.testing.assert_allclose(force, force_ref.ravel(), rtol=0, atol=1e-7)
+
+
+def test_a_missing_ternary_table_is_an_input_error_naming_the_file(workdir):
+    family = fam.FAMILIES[5]
+    workdir.use_pairs(family.pairs, False)
+    fam.write_ternary_tables(workdir.path, n=20)
+    (workdir.path / "rhoCr.IN").unlink()
+    done = workdir.run('call("FeNiCr", [0, 1], [1.0, 1.0, 1.0, 3.0, 1.0, 1.0], (10.0,) * 3)')
+    assert done.returncode == 2, done.stdout + done.stderr
+    assert "rhoCr.IN" in done.stdout.splitlines()[-1]
+
+
+@pytest.mark.parametrize("species, pairs, message", [
+    ("P_Fe", [("P_", "P_", "MORSEPT"), ("P_", "Fe", "MORSEPT"), ("Fe", "Fe", "MORSEPT")],
+     "nrerror: FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"),
+    ("AgC_", [("Ag", "Ag", "ZBLPOTL"), ("Ag", "C_", "ZBLPOTL"), ("C_", "C_", "ZERO")],
+     "nrerror: ZBLPOTL_MAPIJ: Ag-Ag interaction is not implemented"),
+    ("AuFe", [("Au", "Au", "ACKLAND"), ("Fe", "Fe", "ACKLAND"), ("Au", "Fe", "ACKLAND")],
+     "nrerror: ACKLAND_MAPIJ: Ackland interaction betweenFe and Au has not been implemented yet."),
+])
+def test_a_pair_its_family_does_not_know_stops_while_the_cutoffs_are_sized(workdir, species,
+                                                                            pairs, message):
+    workdir.write("potfor.IN", potfor_in_text(pairs))
+    done = workdir.run(f'call({species!r}, [0, 1], [1.0, 1.0, 1.0, 5.0, 5.0, 5.0], (10.0,) * 3)')
+    assert done.returncode == 1, done.stdout + done.stderr
+    assert [line.strip() for line in done.stdout.splitlines()] == [
+        message, "program terminated by nerror"]
