@@ -108,6 +108,9 @@ def test_size_keywords_above_their_length(name, length, place, value):
 @pytest.mark.parametrize("change, error, text", [
     (dict(image=None), TypeError, PREFIX + "1st argument (image) can't be converted to int"),
     (dict(ncalc="many"), None, PREFIX + "5th keyword (ncalc) can't be converted to int"),
+    # Beyond 32 bits is refused, not wrapped (2**32 + 3 would pass as 3).
+    (dict(natoms=2**32 + 3), OverflowError,
+     PREFIX + "2nd keyword (natoms) can't be converted to int"),
     (dict(force=[7.0] * 9), ValueError, INOUT + " -- input must be array but got list"),
     (dict(force=np.full(9, 7.0, np.float32)), ValueError,
      INOUT + " -- expected elsize=8 but got 4"),
