@@ -17,7 +17,6 @@ import numpy as np
 import pytest
 
 from pelix.inputs import pelix_in_text, potfor_in_text, write_inputs
-from families import write_table
 
 PREAMBLE = textwrap.dedent(
     """
@@ -93,31 +92,29 @@ class Workdir:
         assert done.returncode == 0, done.stdout + done.stderr
         return done.stdout
 
-    def write_table(self, name: str, x0: float, x1: float, n: int, columns) -> None:
-        """A table file (see reference.write_table) at `name` below the directory."""
-        write_table(self.path / name, x0, x1, n, columns)
-
     def use_pairs(self, pairs, periodic: bool) -> None:
         """Pair keywords, all three axes periodic or all open, no multipole tree."""
         flag = 1 if periodic else 0
         self.write("pelix.IN", pelix_in_text(pbc=(flag, flag, flag), multipole_flag=1))
         self.write("potfor.IN", potfor_in_text(pairs))
 
-    def run_calls(self, species: str, configurations, box):
-        """Energy, per-atom energies and forces of each (specie, positions) configuration,
-        all in one process."""
+    def run_calls(self, species: str, configurations, box=None):
+        """Energy, per-atom energies and forces (one row per atom) of each configuration, all
+        in one process: (specie, positions) in `box`, or (specie, positions, box)."""
+        configurations = [tuple(c) + ((box,) if len(c) == 2 else ()) for c in configurations]
         text = self.ok(
             f"""
             import json
             results = []
-            for specie, pos in {json.dumps(configurations)}:
-                result, out = call({species!r}, specie, pos, {tuple(box)!r})
+            for specie, pos, box in {json.dumps(configurations)}:
+                result, out = call({species!r}, specie, pos, box)
                 assert result[3] == 0, result
                 results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
             print(json.dumps(results))
             """
         )
-        return [(e, np.array(pe), np.array(f)) for e, pe, f in json.loads(text.splitlines()[-1])]
+        return [(e, np.array(pe), np.array(f).reshape(-1, 3))
+                for e, pe, f in json.loads(text.splitlines()[-1])]
 
     def gradient_error(self, species: str, specie, pos, box, per_atom=False) -> float:
         """fd_force_error of one configuration, after checking that the call succeeds, that
@@ -135,29 +132,6 @@ class Workdir:
             """
         )
         return float(text.splitlines()[-1])
-
-    def check_translation_and_renumbering(self, species: str, specie, pos, box, shift) -> None:
-        """The periodic configuration moved by `shift` (folded back into the box) and the same
-        atoms in a shuffled order give the same energies and forces as the original."""
-        pos, box = np.asarray(pos, dtype=float).reshape(-1, 3), np.asarray(box, dtype=float)
-        shifted = np.mod(pos + np.asarray(shift), box)
-        order = np.random.default_rng(2).permutation(len(specie))
-        configurations = [
-            (list(specie), pos.ravel().tolist()),
-            (list(specie), shifted.ravel().tolist()),
-            ([specie[k] for k in order], pos[order].ravel().tolist()),
-        ]
-        (e0, pe0, f0), (e1, pe1, f1), (e2, pe2, f2) = self.run_calls(species, configurations,
-                                                                     box.tolist())
-        scale = np.abs(f0).max()
-        assert scale > 0.0
-        assert e1 == pytest.approx(e0, rel=1e-12)
-        np.testing.assert_allclose(pe1, pe0, rtol=1e-10, atol=1e-12)
-        np.testing.assert_allclose(f1, f0, rtol=0, atol=1e-10 * scale)
-        assert e2 == pytest.approx(e0, rel=1e-12)
-        np.testing.assert_allclose(pe2, pe0[order], rtol=1e-10, atol=1e-12)
-        np.testing.assert_allclose(f2.reshape(-1, 3), f0.reshape(-1, 3)[order], rtol=0,
-                                   atol=1e-10 * scale)
 
 
 @pytest.fixture

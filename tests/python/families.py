@@ -177,14 +177,6 @@ FAMILIES = [
 ]
 
 
-def separations(pos, box, periodic):
-    """Distance matrix, nearest image when periodic."""
-    d = pos[None, :, :] - pos[:, None, :]
-    if periodic:
-        d -= box * np.round(d / box)
-    return np.linalg.norm(d, axis=2)
-
-
 def sample(family: Family, seed: int, periodic: bool):
     """A configuration (species, flat positions) in the family's cubic box: one planted pair
     in every region of every pair type, then fill atoms; atoms are placed one group at a

@@ -4,8 +4,6 @@ rotation by a symmetry of the cubic box and renumbering change nothing; a period
 has the energy per atom of its cell; the energy is continuous across every edge of a pair
 function that the family does not define as a step."""
 
-import json
-
 import numpy as np
 import pytest
 
@@ -18,23 +16,6 @@ CASES = [pytest.param(f, periodic, id=f"{f.keyword}-{'periodic' if periodic else
 def use(workdir, family, periodic):
     workdir.use_pairs(family.pairs, periodic)
     family.write_inputs(workdir.path)
-
-
-def run(workdir, family, configurations):
-    """Energy, per-atom energies and forces of each (specie, positions, box), one process."""
-    text = workdir.ok(
-        f"""
-        import json
-        results = []
-        for specie, pos, box in {json.dumps(configurations)}:
-            result, out = call({family.species!r}, specie, pos, box)
-            assert result[3] == 0, result
-            results.append([result[0], out["pearray"].tolist(), out["force"].tolist()])
-        print(json.dumps(results))
-        """
-    )
-    return [(e, np.array(pe), np.array(f).reshape(-1, 3))
-            for e, pe, f in json.loads(text.splitlines()[-1])]
 
 
 @pytest.mark.parametrize("family, periodic", CASES)
@@ -64,7 +45,7 @@ def test_moving_rotating_renumbering_and_repeating_change_nothing(workdir, famil
     if periodic:
         doubled = np.vstack([pos, pos + [side, 0.0, 0.0]])
         configurations.append((specie * 2, doubled.ravel().tolist(), [2 * side, side, side]))
-    results = run(workdir, family, configurations)
+    results = workdir.run_calls(family.species, configurations)
     (e0, pe0, f0) = results[0]
     scale = np.abs(f0).max()
     assert scale > 1e-3 and abs(e0) > 1e-3
@@ -92,7 +73,7 @@ def test_energy_is_continuous_across_the_edges_of_each_pair_function(workdir, fa
                     dimers.append(([a, b], [5.0, 5.0, 5.0, 5.0 + 0.6 * r, 5.0 + 0.8 * r, 5.0],
                                    [20.0] * 3))
                 where.append(((a, b), edge))
-    energies = [e for e, _, _ in run(workdir, family, dimers)]
+    energies = [e for e, _, _ in workdir.run_calls(family.species, dimers)]
     steps = []
     for k, (pair, edge) in enumerate(where):
         inside, just_inside, outside = energies[3 * k:3 * k + 3]
