@@ -13,132 +13,97 @@ pelix::AtomRecord record(int32_t id, int32_t specie, int32_t latyp, double v = 0
     return {id, specie, 1.0 * id, 2.0 * id, 3.0 * id, latyp, -0.5 * id, v, 2.0 * v, -v};
 }
 
-TEST(AtomStore, ReallocateGrowsAndShrinksKeepingTheLeadingRecords) {
+// Resizing keeps the leading records and gives new ones the defaults; a first list (also the
+// first after freeing) replaces nothing; a freed list leaves its memory to the next, which
+// grows in place, and a list far smaller than its memory gives it back.
+TEST(AtomStore, ReallocationKeepsLeadingRecordsAndReusesFreedMemory) {
     pelix::AtomStore store;
-    pelix::reallocate_atom_array(store, 3);
-    ASSERT_EQ(store.list.size(), 3u);
-    EXPECT_EQ(store.reallocations, 0);  // a first list replaces nothing
-    for (int32_t k = 0; k < 3; ++k)
+    pelix::reallocate_atom_array(store, 40);
+    EXPECT_EQ(store.reallocations, 0);
+    for (int32_t k = 0; k < 40; ++k)
         store.list[k] = record(k + 1, k, 1, 0.1 * k);
-
+    pelix::reallocate_atom_array(store, 3);
     pelix::reallocate_atom_array(store, 5);
     ASSERT_EQ(store.list.size(), 5u);
-    EXPECT_EQ(store.reallocations, 1);
-    EXPECT_EQ(store.list[2].specie, 2);
     EXPECT_EQ(store.list[2].vy, 0.2 * 2);
+    EXPECT_EQ(store.list[2].charge, -1.5);
     EXPECT_EQ(store.list[4].id, 0);
-
-    pelix::reallocate_atom_array(store, 2);
-    ASSERT_EQ(store.list.size(), 2u);
-    EXPECT_EQ(store.list[1].charge, -1.0);
-    pelix::reallocate_atom_array(store, -4);
-    EXPECT_TRUE(store.list.empty());
-    EXPECT_EQ(store.reallocations, 3);
-
+    EXPECT_EQ(store.reallocations, 2);
+    pelix::reallocate_atom_array(store, 40);
+    const pelix::AtomRecord* memory = store.list.data();
     store.symbol = {"Fe"};
     pelix::free_atom_list_and_species(store);
     EXPECT_TRUE(store.list.empty());
     EXPECT_EQ(store.symbol.capacity(), 0u);
-    pelix::reallocate_atom_array(store, 1);  // a new list after freeing is not a replacement
-    EXPECT_EQ(store.reallocations, 3);
-}
-
-TEST(AtomStore, ANewListReusesTheFreedMemoryWithDefaultRecords) {
-    pelix::AtomStore store;
-    pelix::reallocate_atom_array(store, 40);
-    for (int32_t k = 0; k < 40; ++k)
-        store.list[k] = record(k + 1, 1, 1, 1.0);
-    const pelix::AtomRecord* memory = store.list.data();
-    pelix::free_atom_list_and_species(store);
     pelix::reallocate_atom_array(store, 30);
     EXPECT_EQ(store.list.data(), memory);
-    ASSERT_EQ(store.list.size(), 30u);
-    for (const pelix::AtomRecord& atom : store.list) {
-        EXPECT_EQ(atom.id, 0);
-        EXPECT_EQ(atom.x, 0.0);
-        EXPECT_EQ(atom.vz, 0.0);
-    }
+    EXPECT_EQ(store.reallocations, 3);
     store.list[29] = record(30, 1, 1);
-    pelix::reallocate_atom_array(store, 35);  // grows where it stands, the new tail default
+    pelix::reallocate_atom_array(store, 35);
     EXPECT_EQ(store.list.data(), memory);
     EXPECT_EQ(store.list[29].id, 30);
-    EXPECT_EQ(store.list[34].latyp, 0);
-    pelix::reallocate_atom_array(store, 5);  // far smaller: the large memory is given back
+    for (std::size_t k : {0u, 34u})
+        EXPECT_TRUE(store.list[k].id == 0 && store.list[k].x == 0 && store.list[k].vz == 0 &&
+                    store.list[k].latyp == 0);
+    pelix::reallocate_atom_array(store, 5);
     EXPECT_LE(store.list.capacity(), 5u);
-    EXPECT_EQ(store.list[4].id, 0);
-    EXPECT_EQ(store.reallocations, 2);
+    pelix::reallocate_atom_array(store, -4);
+    EXPECT_TRUE(store.list.empty());
 }
 
-TEST(AtomStore, SpeciesLookupAndRegistration) {
+TEST(AtomStore, SpeciesAndEnergies) {
     const std::vector<std::string> symbols = {"Fe", "O_", "Fe", "Ti"};
     EXPECT_EQ(pelix::specie_for_atom("Fe", symbols), 2);  // the later entry wins
     EXPECT_EQ(pelix::specie_for_atom("O", symbols), -1);
-
     int32_t numel = 0;
     std::vector<std::string> registered = {"stale", "entries"};
     for (const char* sym : {"Fe", "O_", "Fe", "O_", "Ti"})
         pelix::checking_for_numel(sym, numel, registered);
     EXPECT_EQ(numel, 3);
     EXPECT_EQ(registered, std::vector<std::string>({"Fe", "O_", "Ti"}));
-}
 
-TEST(AtomStore, EnergiesCountFreeAtomsAmongTheFirstMylt) {
+    // Only free atoms (type not 0) among the first mylt count: ke = m (1 + 4 + 1) v^2 / 2.
     pelix::AtomStore store;
     store.mass = {2.0, 10.0};
     store.list = {record(1, 0, 1, 1.0), record(2, 1, 0, 1.0), record(3, 1, -1, 1.0),
                   record(4, 1, 2, 0.5), record(5, 0, 1, 3.0)};
     store.pe = {-1.0, -2.0, -4.0, -8.0, -16.0};
     EXPECT_EQ(pelix::tte(store), 0.0);  // mylt = 0
-
-    store.mylt = 4;  // ke = 0.5 m 6 v^2: 6.0 for atom 1, 7.5 for atom 4, the others are fixed
+    store.mylt = 4;
     EXPECT_DOUBLE_EQ(pelix::ke(store, store.list[1]), 30.0);
-    EXPECT_DOUBLE_EQ(pelix::tke(store), 13.5);
+    EXPECT_DOUBLE_EQ(pelix::tke(store), 6.0 + 7.5);
     EXPECT_DOUBLE_EQ(pelix::tpe(store), -15.0);
     EXPECT_DOUBLE_EQ(pelix::tte(store), -1.5);
 }
 
-TEST(ForceFieldState, DuplicationReusesMatchingArraysAndReplacesOthers) {
+// Copies of the first n records; arrays of the right size are reused; list arrays take over
+// the memory the previous call released unless it is far larger than asked.
+TEST(ForceFieldState, DuplicationAndListArraysReuseMemory) {
     pelix::ForceFieldState ff;
     std::vector<pelix::AtomRecord> records = {record(1, 0, 1), record(2, 1, 0), record(3, 2, -3)};
     pelix::duplication_of_atom_vars(ff, 3, records);
-    EXPECT_EQ(ff.idnum, std::vector<int32_t>({1, 2, 3}));
-    EXPECT_EQ(ff.specie, std::vector<int32_t>({0, 1, 2}));
-    EXPECT_EQ(ff.latyp, std::vector<int32_t>({1, 0, -3}));
-    EXPECT_EQ(ff.ry, std::vector<double>({2.0, 4.0, 6.0}));
-    EXPECT_EQ(ff.charg, std::vector<double>({-0.5, -1.0, -1.5}));
-
     const double* rx_storage = ff.rx.data();
     records[0].x = 42.0;
     pelix::duplication_of_atom_vars(ff, 3, records);
     EXPECT_EQ(ff.rx.data(), rx_storage);
-    EXPECT_EQ(ff.rx[0], 42.0);
-
     pelix::duplication_of_atom_vars(ff, 2, records);
-    for (std::size_t size : {ff.idnum.size(), ff.rx.size(), ff.ry.size(), ff.rz.size(),
-                             ff.charg.size(), ff.specie.size(), ff.latyp.size()})
-        EXPECT_EQ(size, 2u);
+    EXPECT_EQ(ff.idnum, std::vector<int32_t>({1, 2}));
+    EXPECT_EQ(ff.specie, std::vector<int32_t>({0, 1}));
+    EXPECT_EQ(ff.latyp, std::vector<int32_t>({1, 0}));
+    EXPECT_EQ(ff.rx, std::vector<double>({42.0, 2.0}));
+    EXPECT_EQ(ff.ry, std::vector<double>({2.0, 4.0}));
     EXPECT_EQ(ff.rz, std::vector<double>({3.0, 6.0}));
-}
+    EXPECT_EQ(ff.charg, std::vector<double>({-0.5, -1.0}));
 
-// The list arrays hand their memory from one call to the next: a released array leaves its
-// buffer to the spare, the next fill of a size it can hold takes the buffer over, releasing an
-// array that holds nothing keeps the spare, and a spare far larger than asked is freed.
-TEST(ForceFieldState, ListArraysReuseTheLastCallsMemory) {
-    pelix::ForceFieldState ff;
     pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 1000);
     const int32_t* buffer = ff.nebour.data();
-
     pelix::potfor_comvar_finalise(ff);
     EXPECT_EQ(ff.nebour.capacity(), 0u);
-    EXPECT_EQ(ff.spare_nebour.data(), buffer);
     pelix::retire_to_spare(ff.nebour, ff.spare_nebour);  // a second release, of nothing
-    EXPECT_EQ(ff.spare_nebour.data(), buffer);
-
     pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 700);
     EXPECT_EQ(ff.nebour.data(), buffer);
     EXPECT_EQ(ff.nebour.size(), 700u);
     EXPECT_EQ(ff.spare_nebour.capacity(), 0u);
-
     pelix::potfor_comvar_finalise(ff);
     pelix::resize_from_spare(ff.nebour, ff.spare_nebour, 100);  // a tenth: a fresh buffer
     EXPECT_EQ(ff.nebour.size(), 100u);

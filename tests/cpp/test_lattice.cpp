@@ -9,7 +9,6 @@ namespace pelix {
 namespace {
 
 using test_support::input_error_text;
-using test_support::ScratchDir;
 
 std::vector<double> type_lo_hi(const std::vector<LatticeConstraint>& slabs) {
     std::vector<double> flat;
@@ -19,7 +18,7 @@ std::vector<double> type_lo_hi(const std::vector<LatticeConstraint>& slabs) {
 }
 
 TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
-    ScratchDir dir;
+    test_support::ScratchDir dir;
     LatticeConstraints lc;
     lc.zlat_constrain.resize(5);  // a previous box's lists are replaced
     get_lattice_constrains(lc, 20.0, 30.0, 40.0,
@@ -35,15 +34,15 @@ TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
         EXPECT_DOUBLE_EQ(type_lo_hi(lc.ylat_constrain)[k], y[k]);
     EXPECT_EQ(lc.nzlat_constrains(), 0);
 
-    const std::string missing = dir.path("none.IN");
-    EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, missing); }),
-              missing + ": file not found");
-    std::string path = dir.write("lattice.IN", "2\nFX 0 5\n");
-    EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, path); }),
-              path + " line 3: expected code of x slab 2, found end of file");
-    path = dir.write("lattice.IN", "0\n1\nFX abc 5\n0\n");
-    EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, path); }),
-              path + " line 3: expected a real number (lo of y slab 1), found \"abc\"");
+    const std::pair<const char*, const char*> errors[] = {
+        {"2\nFX 0 5\n", " line 3: expected code of x slab 2, found end of file"},
+        {"0\n1\nFX abc 5\n0\n", " line 3: expected a real number (lo of y slab 1), found \"abc\""},
+        {nullptr, ": file not found"}};
+    for (const auto& [text, message] : errors) {
+        const std::string path = text ? dir.write("lattice.IN", text) : dir.path("none.IN");
+        EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, path); }),
+                  path + message);
+    }
 }
 
 // Stages one atom per position (ids 1..n, previous type 7) and returns their lattice types.
@@ -54,9 +53,8 @@ std::vector<int32_t> latyps(const std::vector<std::array<double, 3>>& positions,
         store.first_lattice_atom = 1;
         store.last_lattice_atom = store.mylt;
     }
-    for (const auto& [x, y, z] : positions) {
+    for (const auto& [x, y, z] : positions)
         store.list.push_back({static_cast<int32_t>(store.list.size() + 1), 0, x, y, z, 7});
-    }
     get_latyp(store, lc, RunConfig{});
     std::vector<int32_t> types;
     for (const auto& atom : store.list)
@@ -94,15 +92,9 @@ TEST(Lattice, TypeAssignmentRules) {
     EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 3, 3, 7}));
     store.search_for_pka = true;
     EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 0, 7, 7}));
-}
 
-TEST(Lattice, ExtendedLimitsWidenTheRegionBy510) {
-    SpatialDecomposition sd;
-    sd.eastlim = 10.0;
-    sd.downlim = -100.0;
-    sd.uplim = 20.0;
-    sd.southlim = 1.0;
-    sd.northlim = 30.0;
+    SpatialDecomposition sd;  // atoms are kept up to 510 A beyond each side of the region
+    sd.eastlim = 10.0, sd.downlim = -100.0, sd.uplim = 20.0, sd.southlim = 1.0, sd.northlim = 30.0;
     const ExtendedLimits e = my_extended_limits(sd);
     EXPECT_EQ(std::vector<double>({e.xlow, e.xhigh, e.ylow, e.yhigh, e.zlow, e.zhigh}),
               std::vector<double>({-510.0, 520.0, -610.0, 530.0, -509.0, 540.0}));
