@@ -13,35 +13,23 @@
 
 namespace {
 
-// What the recording families saw when they were called.
-struct CallRecord {
-    std::string family;
-    bool after_electrostatics;
-    double pe0_on_entry;
-    int32_t list_entries;
-};
-std::vector<CallRecord> call_log;
-
-void record_call(pelix::Engine& engine, const char* family) {
-    call_log.push_back({family, !engine.electrostatics.elecfirstcall, engine.atoms.pe.at(0),
-                        engine.ff.nebpnt.at(static_cast<std::size_t>(engine.atoms.mylt))});
-    for (int32_t i = 0; i < engine.atoms.mylt; ++i) {
-        engine.atoms.pe[i] += 1.0;
-        engine.ff.fx[i] += 2.0;
-    }
-}
-void evaluate_a(pelix::Engine& engine) {
-    record_call(engine, "A");
-}
-void evaluate_b(pelix::Engine& engine) {
-    record_call(engine, "B");
+// What the recording families saw when called: family, electrostatics done, pe of atom 0 on
+// entry, list entries. Each adds 1 to every pe and 2 to every fx.
+std::vector<std::string> call_log;
+template <char Name>
+void record_call(pelix::Engine& engine) {
+    call_log.push_back(std::string(1, Name) + (engine.electrostatics.elecfirstcall ? "" : " elec") +
+                       " pe " + std::to_string(engine.atoms.pe.at(0)) + " list " +
+                       std::to_string(engine.ff.nebpnt.at(engine.atoms.mylt)));
+    for (int32_t i = 0; i < engine.atoms.mylt; ++i)
+        engine.atoms.pe[i] += 1.0, engine.ff.fx[i] += 2.0;
 }
 void no_setup(pelix::Engine&, int32_t) {}
 double cutoff_two(pelix::Engine&, int32_t, int32_t) {
     return 4.0;
 }
-constexpr pelix::FamilyOps kFamilyA{no_setup, cutoff_two, evaluate_a};
-constexpr pelix::FamilyOps kFamilyB{no_setup, cutoff_two, evaluate_b};
+constexpr pelix::FamilyOps kFamilyA{no_setup, cutoff_two, record_call<'A'>};
+constexpr pelix::FamilyOps kFamilyB{no_setup, cutoff_two, record_call<'B'>};
 constexpr pelix::KeywordRow kRecordingCatalogue[] = {
     {"FAMA", "fama_interaction", &kFamilyA},
     {"FAMB", "famb_interaction", &kFamilyB},
@@ -77,83 +65,60 @@ pelix::AtomRecord atom(int32_t id, double x, double y, double z, int32_t latyp =
     return {id, 0, x, y, z, latyp};
 }
 
-TEST(Evaluation, SinglePointRunsElectrostaticsThenEachPotentialOnceAndFoldsPositions) {
+// Electrostatics, then each listed potential once in list order on cleared arrays with the list
+// built (atoms 1 and 2 are 1.5 A apart across the x face); folded positions go back into the
+// records and the list is released. A keyword not known or not built stops the evaluation
+// after the potentials before it ran.
+TEST(Evaluation, SinglePointRunsEveryListedPotentialOnceAndFoldsPositions) {
     std::vector<pelix::AtomRecord> records = {atom(1, -1.0, 5.0, 12.5), atom(2, 0.5, 5.0, 2.0),
                                               atom(3, 5.0, 5.0, 5.0, 0)};
     pelix::Engine engine = make_engine(records, {"FAMB", "FAMA"}, 1);
     engine.atoms.pe = {7.0, 7.0, 7.0};  // stale values from an earlier call
     pelix::single_point_evaluation(engine, records);
-
-    // Potential-number order, one call each, after the electrostatics, on cleared arrays
-    // and with the list built (atoms 1 and 2 are 1.5 A apart across the x boundary).
-    ASSERT_EQ(call_log.size(), 2u);
-    EXPECT_EQ(call_log[0].family, "B");
-    EXPECT_EQ(call_log[1].family, "A");
-    EXPECT_TRUE(call_log[0].after_electrostatics);
-    EXPECT_EQ(call_log[0].pe0_on_entry, 0.0);
-    EXPECT_EQ(call_log[1].pe0_on_entry, 1.0);
-    EXPECT_EQ(call_log[0].list_entries, 2);
+    EXPECT_EQ(call_log,
+              (std::vector<std::string>{"B elec pe 0.000000 list 2", "A elec pe 1.000000 list 2"}));
     EXPECT_EQ(engine.atoms.pe, std::vector<double>({2.0, 2.0, 2.0}));
     EXPECT_EQ(engine.ff.fx, std::vector<double>({4.0, 4.0, 4.0}));
     EXPECT_EQ(engine.ff.fy, std::vector<double>({0.0, 0.0, 0.0}));
-
-    // Folded positions go back into the records; the list is released.
-    EXPECT_EQ(records[0].x, 9.0);
-    EXPECT_EQ(records[0].z, 2.5);
-    EXPECT_EQ(records[1].x, 0.5);
-    EXPECT_TRUE(engine.cells.celatm.empty());
-    EXPECT_TRUE(engine.ff.nebpnt.empty() && engine.ff.nebour.empty() && engine.ff.pbctyp.empty());
+    EXPECT_EQ(std::vector<double>({records[0].x, records[0].z, records[1].x}),
+              std::vector<double>({9.0, 2.5, 0.5}));
+    EXPECT_TRUE(engine.cells.celatm.empty() && engine.ff.nebpnt.empty() &&
+                engine.ff.nebour.empty() && engine.ff.pbctyp.empty());
     EXPECT_EQ(engine.neighbours.nlstmx, 6000);
-}
 
-TEST(Evaluation, UnknownOrUnbuiltPotentialStopsTheEvaluation) {
-    for (const char* keyword : {"NOPE", "UNBUILT"}) {
-        std::vector<pelix::AtomRecord> records = {atom(1, 1.0, 1.0, 1.0)};
-        pelix::Engine engine = make_engine(records, {"FAMA", keyword}, 0);
-        const std::string message =
-            " nrerror: CALCULATE_INTERACTION: POTLST= " + std::string(keyword) +
-            std::string(12 - std::string(keyword).size(), ' ') + " is unknown";
-        EXPECT_EQ(message.size(), 64u);
+    for (const std::string keyword : {"NOPE", "UNBUILT"}) {
+        engine = make_engine(records, {"FAMA", keyword}, 0);
         EXPECT_EQ(pelix::test_support::stop_of([&] {
                       pelix::single_point_evaluation(engine, records);
                   }).lines.at(0),
-                  message);
-        ASSERT_EQ(call_log.size(), 1u);  // the potential before it did run
+                  " nrerror: CALCULATE_INTERACTION: POTLST= " + keyword +
+                      std::string(12 - keyword.size(), ' ') + " is unknown");
+        EXPECT_EQ(call_log.size(), 1u);
     }
 }
 
-TEST(Evaluation, UpdateForceRebuildsOnlyWhenTwoLargestMovesExceedTheSkin) {
+// The list is rebuilt when the two largest moves of free atoms together exceed the skin
+// (0.3 A), or an atom leaves the fixing limits; every call evaluates.
+TEST(Evaluation, UpdateForceRebuildsOnlyWhenNeeded) {
     std::vector<pelix::AtomRecord> records = {atom(1, 2.0, 2.0, 2.0), atom(2, 4.0, 2.0, 2.0),
                                               atom(3, 6.0, 6.0, 6.0, 0)};
     pelix::Engine engine = make_engine(records, {"FAMA"}, 1);
     const auto& state = engine.update;
+    const auto saved = [&] { return std::vector<double>{state.RXOLD[0], state.RYOLD[1]}; };
     pelix::update_force(engine, records);  // the first call always builds
-    EXPECT_EQ(state.SIZE_RXOLD, 3);
     EXPECT_EQ(state.RXOLD, std::vector<double>({2.0, 4.0, 6.0}));
-    EXPECT_EQ(call_log.size(), 1u);
-
-    // 0.2 + 0.05 = 0.25: the list is kept, even though the fixed atom moved 1 A.
-    records[0].x += 0.2;
-    records[1].y += 0.05;
-    records[2].x += 1.0;
+    records[0].x += 0.2, records[1].y += 0.05, records[2].x += 1.0;  // 0.25: kept
     pelix::update_force(engine, records);
-    EXPECT_EQ(state.RXOLD[0], 2.0);
-    EXPECT_EQ(state.RYOLD[1], 2.0);
-
-    // 0.2 + 0.11 = 0.31: rebuilt, the new positions saved.
-    records[1].y += 0.06;
+    EXPECT_EQ(saved(), std::vector<double>({2.0, 2.0}));
+    records[1].y += 0.06;  // 0.31: rebuilt
     pelix::update_force(engine, records);
-    EXPECT_EQ(state.RXOLD[0], records[0].x);
-    EXPECT_EQ(state.RYOLD[1], records[1].y);
+    EXPECT_EQ(saved(), std::vector<double>({records[0].x, records[1].y}));
     EXPECT_EQ(state.RXOLD[2], 7.0);
     EXPECT_EQ(state.num_force_evals, 3);
-    EXPECT_EQ(call_log.size(), 3u);  // every call evaluates
-    EXPECT_FALSE(engine.ff.nebour.empty());
-}
+    EXPECT_EQ(call_log.size(), 3u);
 
-TEST(Evaluation, UpdateForceSetsFixingLimitsOnceAndRebuildsForAtomsOutside) {
-    std::vector<pelix::AtomRecord> records = {atom(1, -0.4, 2.0, 2.0), atom(2, 1.0, 2.0, 2.0)};
-    pelix::Engine engine = make_engine(records, {"FAMA"}, 0);
+    records = {atom(1, -0.4, 2.0, 2.0), atom(2, 1.0, 2.0, 2.0)};
+    engine = make_engine(records, {"FAMA"}, 0);
     engine.config.fixatomsoutside = true;
     engine.config.latticeskin = 0.5;
     testing::internal::CaptureStdout();
@@ -161,13 +126,12 @@ TEST(Evaluation, UpdateForceSetsFixingLimitsOnceAndRebuildsForAtomsOutside) {
     records[0].x = -0.6;  // leaves the limits by a move the skin test alone would accept
     pelix::update_force(engine, records);
     const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(out.find("fixing atoms if:"), out.rfind("fixing atoms if:"));
+    EXPECT_EQ(out.find("fixing atoms if:"), out.rfind("fixing atoms if:"));  // once
     EXPECT_NE(out.find(" fixing atoms if: rx<"), std::string::npos);
     EXPECT_NE(out.find("or rz>"), std::string::npos);
-    EXPECT_EQ(engine.update.INBOXXMIN, -0.5);
-    EXPECT_EQ(engine.update.INBOXYMAX, 10.5);
-    EXPECT_EQ(engine.update.NEWYPOS, 100.0);
-    EXPECT_EQ(engine.update.RXOLD[0], -0.6);  // rebuilt because the atom left the limits
+    EXPECT_EQ(std::vector<double>({engine.update.INBOXXMIN, engine.update.INBOXYMAX,
+                                   engine.update.NEWYPOS, engine.update.RXOLD[0]}),
+              std::vector<double>({-0.5, 10.5, 100.0, -0.6}));
 }
 
 }  // namespace
