@@ -2,13 +2,11 @@
 
 #include <array>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "engine/engine.hpp"
 #include "interaction/cells.hpp"
 #include "interaction/neighbour_list.hpp"
-#include "interaction/occupied_cells.hpp"
 #include "scratch_dir.hpp"
 
 namespace {
@@ -83,30 +81,6 @@ TEST(Cells, SetupFixesRadiiRegionGridAndStops) {
     const auto stop = stop_of([&] { set_box(engine, {1.0e7, 1.0e7, 1.0e7}, {{1, 1, 1}}, {1}); });
     EXPECT_EQ(stop.status, pelix::kExitFatal);
     EXPECT_EQ(stop.first().find(" SIZE_CELL_GRID: 32258064 x 32258064 x 32258064 cells"), 0u);
-}
-
-// Atoms 0, 2 and 3 share a cell on every grid, atom 1 is alone further on; grids found through
-// a table (3^3 cells), a bitmap (64^3) and a hash (322^3); a second build starts afresh.
-TEST(Cells, ChainsListHigherIndexFirstAndAreClearedForEachBuild) {
-    pelix::Engine engine;
-    engine.config.pbcx = engine.config.pbcy = engine.config.pbcz = 1;
-    const std::vector<Position> atoms = {
-        {1.0, 1.0, 1.0}, {7.0, 7.0, 7.0}, {1.2, 1.2, 1.2}, {1.1, 1.0, 1.2}};
-    const std::vector<std::tuple<double, int32_t, pelix::CellLookup>> grids = {
-        {9.0, 250, pelix::CellLookup::table},
-        {20.0, 1, pelix::CellLookup::bitmap},
-        {100.0, 1, pelix::CellLookup::hash}};
-    for (const auto& [length, anum, lookup] : grids) {
-        set_box(engine, {length, length, length}, atoms, {anum});
-        ASSERT_EQ(pelix::cell_lookup_for(engine.cells.mxyz, 4), lookup) << length;
-        for (int build = 0; build < 2; ++build) {
-            pelix::build_nebour_list(engine);
-            EXPECT_EQ(engine.cells.celhead, std::vector<int32_t>({3, 1})) << length;
-            EXPECT_EQ(engine.cells.celatm, std::vector<int32_t>({-1, -1, 0, 2})) << length;
-        }
-    }
-    engine.registry.pot_numprocs = 2;
-    EXPECT_EQ(stop_of([&] { pelix::build_nebour_list(engine); }).status, pelix::kExitFatal);
 }
 
 TEST(Cells, ImageOffsetTables) {

@@ -192,6 +192,7 @@ TEST(NeighbourList, FoldingGridAndEntriesFollowTheCellWalk) {
                       cells);
             ASSERT_EQ(pelix::cell_lookup_for(engine.cells.mxyz, engine.atoms.mylt), c.lookup);
             pelix::build_nebour_list(engine);
+            pelix::build_nebour_list(engine);  // a second build starts afresh
             const std::vector<double>* folded[3] = {&engine.ff.rx, &engine.ff.ry, &engine.ff.rz};
             for (std::size_t a = 0; a < 3; ++a) {
                 for (std::size_t k = 0; k < atoms.size(); ++k) {
@@ -230,6 +231,8 @@ TEST(NeighbourList, OverflowsStop) {
     engine.cells.mxyz = 1;  // a grid whose cells outnumber its table
     EXPECT_EQ(stop_of([&] { pelix::nebour_list(engine); }).lines,
               (std::vector<std::string>{" nrerror: NEBOUR_LIST: MNEB > MXYZ", terminated}));
+    engine.registry.pot_numprocs = 2;
+    EXPECT_EQ(stop_of([&] { pelix::build_nebour_list(engine); }).status, pelix::kExitFatal);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The neighbour-list range filter and the bond normalisation, whose vector forms must keep the
-// same entries and give the same bits as a plain loop on every processor.
+// The neighbour-list range filter, whose vector forms must keep the same entries as a plain
+// loop on every processor. Which cells it is given is checked through the whole list build.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,6 @@
 
 #include "atoms/force_field_state.hpp"
 #include "interaction/range_filter.hpp"
-#include "potentials/bond_geometry.hpp"
 
 namespace pelix {
 namespace {
@@ -132,111 +131,6 @@ TEST(RangeFilter, SquaresAreRoundedStepByStep) {
         const FilterCentre centre{-1, -1, 0.0, 0.0, 0.0, &radius2, radius2, 1};
         EXPECT_EQ(kept_by_every_form(c, {{0, 12, 0, 0.0, 0.0, 0.0}}, {0}, centre).size(),
                   fused_is_below ? 0u : 12u);
-    }
-}
-
-// Cells chosen by the gap from a point to their boxes, against the gaps worked out one by one:
-// every count of cells up to 28, points inside, outside and on the faces of boxes, and a cell
-// exactly at its reach (not chosen).
-TEST(RangeFilter, ChoosesTheCellsWhoseBoxComesWithinReach) {
-    std::mt19937_64 rng(3);
-    std::uniform_real_distribution<double> coordinate(-6.0, 6.0), size(0.0, 3.0), reach(0.0, 30.0);
-    for (int trial = 0; trial < 300; ++trial) {
-        const int count = trial % 29;
-        std::vector<double> box[6], reach2(28, 0.0);
-        for (auto& side : box)
-            side.assign(28, 0.0);
-        for (std::size_t c = 0; c < static_cast<std::size_t>(count); ++c) {
-            for (int axis = 0; axis < 3; ++axis) {
-                box[2 * axis][c] = coordinate(rng);
-                box[2 * axis + 1][c] = box[2 * axis][c] + size(rng);
-            }
-            reach2[c] = reach(rng);
-        }
-        double point[3] = {coordinate(rng), coordinate(rng), coordinate(rng)};
-        if (count > 1 && trial % 3 == 0) {
-            // On a face of the first box, and exactly 2 from the second along x.
-            point[0] = box[0][0] = 1.0, point[1] = 0.5, point[2] = -0.25;
-            box[0][1] = 3.0, box[1][1] = 3.5, reach2[1] = 4.0;
-            for (int axis = 1; axis < 3; ++axis)
-                box[2 * axis][1] = point[axis] - 1.0, box[2 * axis + 1][1] = point[axis] + 1.0;
-        }
-        std::vector<uint8_t> expected;
-        for (std::size_t c = 0; c < static_cast<std::size_t>(count); ++c) {
-            double g2 = 0.0;
-            for (int axis = 0; axis < 3; ++axis) {
-                const double lo = box[2 * axis][c], hi = box[2 * axis + 1][c], p = point[axis];
-                const double g = p < lo ? lo - p : (p > hi ? p - hi : 0.0);
-                g2 += g * g;
-            }
-            if (g2 < reach2[c])
-                expected.push_back(static_cast<uint8_t>(c));
-        }
-        uint8_t chosen[28];
-        const int got = choose_reached_cells({box[0].data(), box[1].data(), box[2].data(),
-                                              box[3].data(), box[4].data(), box[5].data(), count},
-                                             reach2.data(), point[0], point[1], point[2], chosen);
-        EXPECT_EQ(std::vector<uint8_t>(chosen, chosen + got), expected) << "trial " << trial;
-    }
-}
-
-// The bonds of one atom written from its list entries, with the bits of a plain loop: species 0
-// and 1 pair with types 1 and 2 and cut-offs 3 and 4 A; species 2 belongs to another potential;
-// entries through three images; every count of entries up to 40, so that the bonds normalised
-// four at a time while they are written end at every remainder. A pair not yet known gives -1.
-TEST(BondGeometry, WrittenBondsAreThoseOfAPlainLoop) {
-    std::mt19937_64 rng(9);
-    std::uniform_real_distribution<double> coordinate(-4.0, 4.0);
-    const std::vector<int32_t> types{1, 2, kPairTypeNotBonded, kPairTypeUnknown};
-    const std::vector<double> cutoff2{9.0, 16.0, 0.0, 0.0};
-    std::vector<double> offset(4 * 27, 0.0);
-    offset[4 * 14] = 0.5;        // image 1
-    offset[4 * 12 + 1] = -0.75;  // image -1
-    std::vector<double> rx, ry, rz;
-    std::vector<int32_t> specie;
-    for (int32_t j = 0; j < 60; ++j) {
-        rx.push_back(coordinate(rng)), ry.push_back(coordinate(rng)), rz.push_back(coordinate(rng));
-        specie.push_back(static_cast<int32_t>(rng() % 3));
-    }
-    const double at[3] = {0.25, -0.5, 0.125};
-    for (int32_t count = 0; count <= 41; ++count) {
-        std::vector<int32_t> neighbour, image;
-        for (int32_t k = 0; k < count; ++k) {
-            neighbour.push_back(static_cast<int32_t>(rng() % 60));
-            image.push_back(static_cast<int32_t>(rng() % 3) - 1);
-        }
-        if (count == 41)  // an entry of species 3, whose pair the family was not yet asked about
-            specie[static_cast<std::size_t>(neighbour[20])] = 3;
-        BondList bonds;
-        bonds.make_room(count);
-        const BondBuild build =
-            build_into(bonds, specie.data(), rx.data(), ry.data(), rz.data(),
-                       offset.data() + 4 * 13, types.data(), cutoff2.data(), at[0], at[1], at[2]);
-        const int32_t written =
-            write_normalised_known_bonds(build, neighbour.data(), image.data(), count);
-        if (count == 41) {
-            EXPECT_EQ(written, -1);
-            break;
-        }
-        int32_t expected = 0;
-        for (int32_t k = 0; k < count; ++k) {
-            const int32_t j = neighbour[k], s = specie[j];
-            const double* shift = offset.data() + 4 * (13 + image[k]);
-            const double dx = rx[j] - shift[0] - at[0], dy = ry[j] - shift[1] - at[1],
-                         dz = rz[j] - shift[2] - at[2];
-            const double r2 = dx * dx + dy * dy + dz * dz;
-            if (s == 2 || !(r2 < cutoff2[s]))
-                continue;
-            const double r = std::sqrt(r2);
-            ASSERT_LT(expected, written) << count << " entries";
-            const int32_t e = expected++;
-            EXPECT_EQ(
-                (std::vector<double>{double(bonds.neb[e]), double(bonds.bndtyp[e]), bonds.bndlen[e],
-                                     bonds.bndxnm[e], bonds.bndynm[e], bonds.bndznm[e]}),
-                (std::vector<double>{double(j), double(types[s]), r, dx / r, dy / r, dz / r}))
-                << count << " entries, bond " << e;
-        }
-        EXPECT_EQ(written, expected) << count << " entries";
     }
 }
 
