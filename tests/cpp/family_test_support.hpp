@@ -1,30 +1,32 @@
 #pragma once
-// Pieces shared by the tests of the potential families: the first line of a fatal stop, and a
-// two-atom engine whose neighbour list is as long as a test needs to fill the bond list.
+// Pieces shared by the tests of the potential families: the first line of a stop, atoms on a
+// line with hand-built neighbour lists, and table files sampled from a given function.
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
+#include <iomanip>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "scratch_dir.hpp"
 
 namespace pelix::test_support {
 
-// The first line of the stop that `action` raises, checked to be an nrerror stop (exit status
-// 1 and its closing line); "no stop" when the action returns.
+// The first line of the stop that `action` raises ("no stop" when it returns); an nrerror stop
+// is checked to close with its own line.
 template <class Action>
 std::string nrerror_line(Action&& action) {
-    try {
-        action();
-    } catch (const FatalError& error) {
-        EXPECT_EQ(error.exit_status(), kExitFatal);
-        EXPECT_EQ(error.lines().at(1), "program terminated by nerror");
-        return error.lines().at(0);
+    const Stop stop = stop_of(action);
+    if (stop.status == kExitFatal) {
+        EXPECT_EQ(stop.lines,
+                  (std::vector<std::string>{stop.first(), "program terminated by nerror"}));
     }
-    return "no stop";
+    return stop.first();
 }
 
 // Neighbour lists given atom by atom as (neighbour, image code) pairs, every listed atom
@@ -42,34 +44,49 @@ inline void set_neighbour_lists(
     ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
     const std::size_t n = lists.size();
     engine.sd.myltpnebs = static_cast<int32_t>(n);
-    ff.fx.assign(n, 0.0);
-    ff.fy.assign(n, 0.0);
-    ff.fz.assign(n, 0.0);
-    engine.atoms.pe.assign(n, 0.0);
+    ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(n, 0.0);
 }
 
-// Atoms 0 and 1 of atomic numbers za and zb, 2 A apart on x, both species pairs given to
-// potential 1. Atom 0 lists atom 1 `listed_from_first` times (as if through as many images),
-// atom 1 lists atom 0 once, so that atom 0 alone fills the bond list as far as asked.
-inline Engine two_atom_bond_engine(int32_t za, int32_t zb, int32_t listed_from_first) {
+// Atoms of atomic numbers z (one species each, identity numbers 1, 2, ...) at x on the x axis,
+// every pair given to potential 1. Each atom lists every other once, except that atom 0 lists
+// atom 1 `first_lists` times (as if through as many images), to fill a bond list.
+inline Engine line_engine(const std::vector<int32_t>& z, const std::vector<double>& x,
+                          int32_t first_lists = 1) {
     Engine engine;
-    engine.atoms.anum = {za, zb};
+    engine.atoms.anum = z;
     ForceFieldState& ff = engine.ff;
-    ff.rx = {0.0, 2.0};
-    ff.ry = {0.0, 0.0};
-    ff.rz = {0.0, 0.0};
-    ff.specie = {0, 1};
-    ff.potnum.assign(2, 1);
-    ff.nebour.assign(static_cast<std::size_t>(listed_from_first), 1);
-    ff.nebour.push_back(0);
-    ff.pbctyp.assign(ff.nebour.size(), 0);
-    ff.nebpnt = {0, listed_from_first, listed_from_first + 1};
-    engine.sd.myltpnebs = 2;
-    ff.fx.assign(2, 0.0);
-    ff.fy.assign(2, 0.0);
-    ff.fz.assign(2, 0.0);
-    engine.atoms.pe.assign(2, 0.0);
+    const auto n = static_cast<int32_t>(z.size());
+    std::vector<std::vector<std::pair<int32_t, int32_t>>> lists(z.size());
+    for (int32_t i = 0; i < n; ++i) {
+        ff.specie.push_back(i);
+        ff.idnum.push_back(i + 1);
+        for (int32_t j = 0; j < n; ++j)
+            if (j != i)
+                lists[i].insert(lists[i].end(), i == 0 && j == 1 ? first_lists : 1, {j, 0});
+    }
+    ff.rx = x;
+    ff.ry.assign(z.size(), 0.0);
+    ff.rz.assign(z.size(), 0.0);
+    ff.potnum.assign(z.size(), 1);
+    set_neighbour_lists(engine, lists);
     return engine;
+}
+
+// n records "x f(x)" at x = x0 .. x1 evenly spaced (the last exactly x1), count first;
+// "x f(x) -f'(x)" when the slope is given.
+inline std::string sampled_table(int n, double x0, double x1,
+                                 const std::function<double(double)>& f,
+                                 const std::function<double(double)>& slope = nullptr) {
+    std::ostringstream out;
+    out << std::setprecision(17) << n << "\n";
+    for (int k = 0; k < n; ++k) {
+        const double x = k == n - 1 ? x1 : x0 + k * (x1 - x0) / (n - 1);
+        out << x << " " << f(x);
+        if (slope)
+            out << " " << -slope(x);
+        out << "\n";
+    }
+    return out.str();
 }
 
 }  // namespace pelix::test_support
