@@ -1,32 +1,233 @@
-// Coulomb method selection: which method each run setting and charge count leads to, the
-// halving of long-range energies, the multipole settings files, the box that follows the
-// charges, and the neighbour reach that Ewald summation needs.
+// Coulomb sums: the multipole tree against sums written out here (direct for an open box,
+// Ewald for a periodic one), its FFT transfer and stops; which method each run setting and
+// charge count leads to, the halving of long-range energies, the multipole settings files, and
+// the tree box that follows the charges.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
+#include <complex>
+#include <numbers>
+#include <numeric>
+#include <optional>
+#include <random>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
+#include "common/fatal_error.hpp"
 #include "electrostatics/electrostatics.hpp"
 #include "electrostatics/ewald.hpp"
+#include "electrostatics/multipole/multipole_tree.hpp"
 #include "engine/engine.hpp"
-#include "interaction/cells.hpp"
-#include "interaction/neighbour_list.hpp"
-#include "potentials/catalogue.hpp"
 #include "scratch_dir.hpp"
 
 namespace pelix {
 namespace {
 
+using multipole::MultipoleSettings;
+using multipole::MultipoleTree;
 using test_support::input_error_text;
 using test_support::stop_of;
 using Ion = std::array<double, 4>;  // x, y, z, charge
-constexpr double kTreeCoulomb = 14.39964392951822;
+using Vec = std::array<double, 3>;
+// x, y, z and charge of each particle; or its potential and the force q E along x, y and z.
+using Columns = std::array<std::vector<double>, 4>;
 
-// An engine with the ions staged, zeroed forces and energies, and the charges counted at the
-// next dispatch.
+// n random charges in (-1, 1) uniform in the box of sides `side` about `centre`, shifted to a
+// total of zero when `neutral`.
+Columns random_charges(std::size_t n, const Vec& side, const Vec& centre, bool neutral) {
+    std::mt19937_64 generator(n);
+    std::uniform_real_distribution<double> uniform(-0.5, 0.5);
+    Columns c;
+    for (std::size_t k = 0; k < 4 * n; ++k)
+        c[k % 4].push_back(k % 4 < 3 ? centre[k % 4] + side[k % 4] * uniform(generator)
+                                     : 2.0 * uniform(generator));
+    const double mean = std::accumulate(c[3].begin(), c[3].end(), 0.0) / double(n);
+    for (double& q : c[3])
+        q -= neutral ? mean : 0.0;
+    return c;
+}
+
+// The direct sum of an open box (no `box`), or the Ewald sum with conducting boundary and
+// neutralising background to full double precision: real space over two images each way with
+// alpha = 5 / (shortest side), reciprocal space over |k| up to 12 alpha on each axis.
+Columns coulomb_sum(const Columns& c, const Vec* box = nullptr) {
+    const double pi = std::numbers::pi, sqrt_pi = std::sqrt(pi);
+    const std::size_t n = c[3].size();
+    const Vec L = box ? *box : Vec{0.0, 0.0, 0.0};
+    const int images = box ? 5 : 1;  // per axis
+    const double alpha = box ? 5.0 / std::min({L[0], L[1], L[2]}) : 0.0;
+    const double volume = L[0] * L[1] * L[2];
+    const double total = std::accumulate(c[3].begin(), c[3].end(), 0.0);
+    Columns f;
+    f.fill(std::vector<double>(n, 0.0));
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t j = 0; j < n; ++j)
+            for (int m = 0; m < images * images * images; ++m) {
+                double d[3], r2 = 0.0;
+                for (int a = 0, s = m; a < 3; ++a, s /= images)
+                    d[a] = c[a][i] - c[a][j] + (s % images - images / 2) * L[a], r2 += d[a] * d[a];
+                if (r2 == 0.0)
+                    continue;
+                const double r = std::sqrt(r2), e = std::erfc(alpha * r) / r;
+                const double g = c[3][i] * c[3][j] / r2 *
+                                 (e + 2 * alpha / sqrt_pi * std::exp(-alpha * alpha * r2));
+                f[0][i] += c[3][j] * e;
+                for (int a = 0; a < 3; ++a)
+                    f[1 + a][i] += g * d[a];
+            }
+        if (box)
+            f[0][i] -= 2 * alpha / sqrt_pi * c[3][i] + pi * total / (alpha * alpha * volume);
+    }
+    const int waves =
+        box ? 2 * static_cast<int>(6 * alpha * std::max({L[0], L[1], L[2]}) / pi) + 3 : 0;
+    std::vector<std::complex<double>> phase(n);
+    for (int m = 0; m < waves * waves * waves; ++m) {
+        double k[3], k2 = 0.0;
+        for (int a = 0, s = m; a < 3; ++a, s /= waves)
+            k[a] = 2 * pi * (s % waves - waves / 2) / L[a], k2 += k[a] * k[a];
+        const double weight = 4 * pi / volume * std::exp(-k2 / (4 * alpha * alpha)) / k2;
+        std::complex<double> s = 0.0;
+        for (std::size_t j = 0; j < n && k2 > 0.0; ++j)
+            s += c[3][j] *
+                 (phase[j] = std::polar(1.0, k[0] * c[0][j] + k[1] * c[1][j] + k[2] * c[2][j]));
+        for (std::size_t i = 0; i < n && k2 > 0.0; ++i) {
+            const std::complex<double> p = std::conj(phase[i]) * s;
+            f[0][i] += weight * p.real();
+            for (int a = 0; a < 3; ++a)
+                f[1 + a][i] -= c[3][i] * weight * p.imag() * k[a];
+        }
+    }
+    return f;
+}
+
+// The largest relative RMS difference of the four columns.
+double relative_rms(const Columns& got, const Columns& want) {
+    double worst = 0.0;
+    for (int a = 0; a < 4; ++a) {
+        double d = 0.0, norm = 0.0;
+        for (std::size_t i = 0; i < want[a].size(); ++i)
+            d += std::pow(got[a][i] - want[a][i], 2), norm += std::pow(want[a][i], 2);
+        worst = std::max(worst, std::sqrt(d / norm));
+    }
+    return worst;
+}
+
+MultipoleSettings settings(const Vec& side, const Vec& centre, int levels, int terms, bool periodic,
+                           double theta = 0.6) {
+    MultipoleSettings s;
+    s.levels = levels;
+    s.terms = s.macroscopic_terms = terms;
+    s.theta = theta;
+    s.periodic = periodic ? 1 : 0;
+    s.v1 = {side[0], 0.0, 0.0};
+    s.v2 = {0.0, side[1], 0.0};
+    s.v3 = {0.0, 0.0, side[2]};
+    s.centre = centre;
+    return s;
+}
+
+Columns run(MultipoleTree& tree, const Columns& c) {
+    Columns f;
+    f.fill(std::vector<double>(c[3].size()));
+    tree.evaluate(c[3].size(), c[0].data(), c[1].data(), c[2].data(), c[3].data(), f[0].data(),
+                  f[1].data(), f[2].data(), f[3].data());
+    return f;
+}
+
+const Vec kSide{10.0, 8.0, 12.0}, kCentre{1.0, -2.0, 0.5};
+
+TEST(MultipoleTree, OpenBoxConvergesToTheDirectSum) {
+    const Columns c = random_charges(2000, kSide, kCentre, false);
+    const Columns direct = coulomb_sum(c);
+    MultipoleTree single(settings(kSide, kCentre, 1, 4, false));  // one cell: the direct sum
+    EXPECT_LT(relative_rms(run(single, c), direct), 1e-13);
+    double previous = 1.0;
+    for (int terms : {4, 8, 12, 16}) {
+        MultipoleTree tree(settings(kSide, kCentre, 3, terms, false));
+        const double e = relative_rms(run(tree, c), direct);
+        EXPECT_LT(e, 0.5 * previous) << terms << " terms";
+        previous = e;
+    }
+    EXPECT_LT(previous, 1e-6);
+}
+
+TEST(MultipoleTree, PeriodicBoxMatchesEwaldWhereverTheImagesAre) {
+    const Vec side{8.0, 9.0, 10.0}, centre{4.0, 0.0, -1.0};
+    Columns c = random_charges(120, side, centre, true);
+    const Columns ewald = coulomb_sum(c, &side);
+    MultipoleTree tree(settings(side, centre, 3, 16, true));
+    const double e = relative_rms(run(tree, c), ewald);
+    EXPECT_LT(e, 1e-5);
+}
+
+// Open and periodic boxes; grids shorter than a block (one block, or for a periodic box one
+// circular convolution in which near images fold onto each other) and grids cut into several
+// overlapping blocks. Coarse levels may keep the direct transfer where it is cheaper; the
+// finest may not.
+TEST(MultipoleTree, FftTransferEqualsDirectTransferToRounding) {
+    struct Case {
+        bool periodic;
+        int levels, terms, block;
+        double theta;
+    };
+    for (const Case& k : {Case{false, 4, 8, 4, 0.6},
+                          {false, 5, 6, 1, 0.9},
+                          {true, 4, 8, 2, 0.6},
+                          {true, 5, 6, 1, 0.9}}) {
+        const Columns c = random_charges(600, kSide, kCentre, k.periodic);
+        MultipoleSettings s = settings(kSide, kCentre, k.levels, k.terms, k.periodic, k.theta);
+        MultipoleTree direct(s);
+        s.fft_switch = 1;
+        s.fft_block = k.block;
+        MultipoleTree fft(s);
+        EXPECT_EQ(std::make_pair(fft.transfers_by_fft(k.levels - 1),
+                                 direct.transfers_by_fft(k.levels - 1)),
+                  std::make_pair(true, false));
+        EXPECT_LT(relative_rms(run(fft, c), run(direct, c)), 1e-12) << k.periodic << k.levels;
+    }
+}
+
+TEST(MultipoleTree, StopsNameTheBadValue) {
+    // A tree of the settings, then two particles (the second at height y) or, with no y, a
+    // negative box side.
+    const auto stop = [](const MultipoleSettings& s, std::optional<double> y) {
+        try {
+            MultipoleTree tree(s);
+            if (y)
+                run(tree, {{{0.1, 0.2}, {0.2, *y}, {0.3, 0.4}, {1.0, -1.0}}});
+            else
+                tree.resize({10.0, -1.0, 10.0}, s.centre);
+        } catch (const FatalError& e) {
+            return e.lines().front();
+        }
+        return std::string("no stop");
+    };
+    const MultipoleSettings good = settings({10, 10, 10}, {0, 0, 0}, 3, 8, false);
+    MultipoleSettings theta = good, levels = good, block = good, macro = good, fft = good;
+    theta.theta = 1.2, levels.levels = 0, block.fft_switch = 1, block.fft_block = 0;
+    macro.periodic = 1, macro.macroscopic_terms = 0;
+    // A near set reaching 6 cells: a block of 5 needs an FFT of 32.
+    fft.theta = 0.25, fft.terms = 4, fft.fft_switch = 1, fft.fft_block = 5;
+    const std::pair<std::string, std::string> cases[] = {
+        {stop(theta, 0.0), "THETA"},
+        {stop(levels, 0.0), "LEVELS"},
+        {stop(block, 0.0), "FFT BLOCK SIZE 0"},
+        {stop(macro, 0.0), "MACROSCOPIC"},
+        {stop(good, 5.5), "PARTICLE 2"},
+        {stop(good, std::nan("")), "OUTSIDE THE MULTIPOLE BOX"},
+        {stop(fft, 0.0), "FFT BLOCK LENGTH 32 EXCEEDS 16"},
+        {stop(good, {}), "FPMTARESIZE"},
+    };
+    for (const auto& [got, want] : cases)
+        EXPECT_NE(got.find(want), std::string::npos) << got;
+}
+
+// An engine with the ions staged in a 20 A box, zeroed forces and energies, and the charges
+// counted at the next dispatch; each of two ions lists the other once.
 Engine staged(const std::vector<Ion>& ions, int32_t pbc = 0, int32_t multipole_flag = 0) {
     Engine engine;
     engine.config.pbcx = engine.config.pbcy = engine.config.pbcz = pbc;
@@ -34,59 +235,57 @@ Engine staged(const std::vector<Ion>& ions, int32_t pbc = 0, int32_t multipole_f
     engine.atoms.lx = engine.atoms.ly = engine.atoms.lz = 20.0;
     engine.atoms.mylt = engine.sd.myltpnebs = static_cast<int32_t>(ions.size());
     ForceFieldState& ff = engine.ff;
-    for (const Ion& ion : ions) {
-        ff.rx.push_back(ion[0]), ff.ry.push_back(ion[1]), ff.rz.push_back(ion[2]);
-        ff.charg.push_back(ion[3]);
-    }
+    for (const Ion& ion : ions)
+        ff.rx.push_back(ion[0]), ff.ry.push_back(ion[1]), ff.rz.push_back(ion[2]),
+            ff.charg.push_back(ion[3]);
     ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(ions.size(), 0.0);
+    engine.atoms.list.resize(ions.size());
+    for (std::size_t i = 0; i < ions.size(); ++i)
+        engine.atoms.list[i].charge = ions[i][3];
+    ff.nebour = {1, 0};
+    ff.pbctyp = {0, 0};
+    ff.nebpnt = {0, 1, 2};
     engine.electrostatics.elecfirstcall = true;
-    return engine;
-}
-
-// Two charges 3 A apart along x in a 20 A box, each listing the other once.
-Engine charged_pair(int32_t pbc, int32_t multipole_flag, double q0 = 1.0, double q1 = -1.0) {
-    Engine engine = staged({{8, 10, 10, q0}, {11, 10, 10, q1}}, pbc, multipole_flag);
-    engine.ff.nebour = {1, 0};
-    engine.ff.pbctyp = {0, 0};
-    engine.ff.nebpnt = {0, 1, 2};
-    engine.triangle_layer.tlayttriaatoms = {0, 1};
-    engine.triangle_layer.tlayttriacnt = 2;
     return engine;
 }
 
 TEST(ElectrostaticsCall, EachSettingSelectsItsMethod) {
     // Fewer than two charged atoms: nothing, whatever the flags say; flag 1 (the second
-    // multipole method) and flags of 3 or more in an open box: nothing.
-    for (const auto& [flag, pbc, q0] : std::vector<std::array<int32_t, 3>>{
-             {0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 1, 0}, {1, 0, 1}, {3, 0, 1}, {7, 0, 1}}) {
-        Engine engine = charged_pair(pbc, flag, q0, 2.0);
-        electrostatics_call(engine);
-        EXPECT_EQ(engine.atoms.pe, std::vector<double>(2, 0.0)) << flag << ' ' << pbc;
-        EXPECT_EQ(engine.ff.fx, std::vector<double>(2, 0.0)) << flag << ' ' << pbc;
-        EXPECT_EQ(engine.electrostatics.ncharged, q0 == 0 ? 1 : 2);
-    }
-    // Periodic, flag 0 or 3: Ewald, with the per-atom energies halved and the forces whole.
-    for (int32_t flag : {0, 3}) {
-        Engine engine = charged_pair(1, flag), plain = charged_pair(1, flag);
+    // multipole method) and flags of 3 or more in an open box: nothing. Periodic, flag 0, 1
+    // or 3: Ewald, with the per-atom energies halved and the forces whole; the neighbour list
+    // is told in advance to reach its cut-off.
+    for (const auto& [flag, pbc, q0, ewald] : std::vector<std::array<int32_t, 4>>{{0, 0, 0, 0},
+                                                                                  {0, 1, 0, 0},
+                                                                                  {1, 1, 0, 0},
+                                                                                  {2, 1, 0, 0},
+                                                                                  {1, 0, 1, 0},
+                                                                                  {3, 0, 1, 0},
+                                                                                  {7, 0, 1, 0},
+                                                                                  {0, 1, 1, 1},
+                                                                                  {1, 1, 1, 1},
+                                                                                  {3, 1, 1, 1}}) {
+        const std::vector<Ion> pair{{8, 10, 10, double(q0)}, {11, 10, 10, -2.0}};
+        Engine engine = staged(pair, pbc, flag), plain = staged(pair, pbc, flag);
+        EXPECT_EQ(ewald_will_run(engine), ewald == 1) << flag << ' ' << pbc << ' ' << q0;
         electrostatics_call(engine);
         ForceFieldState& ff = plain.ff;
-        periodic_ewald(plain, 2, ff.rx.data(), ff.ry.data(), ff.rz.data(), ff.charg.data(),
-                       ff.fx.data(), ff.fy.data(), ff.fz.data(), plain.atoms.pe.data());
-        EXPECT_LT(plain.atoms.pe[0], 0.0);
-        EXPECT_EQ(engine.atoms.pe[0], 0.5 * plain.atoms.pe[0]) << flag;
-        EXPECT_EQ(engine.ff.fx[1], ff.fx[1]) << flag;
+        if (ewald)
+            periodic_ewald(plain, 2, ff.rx.data(), ff.ry.data(), ff.rz.data(), ff.charg.data(),
+                           ff.fx.data(), ff.fy.data(), ff.fz.data(), plain.atoms.pe.data());
+        EXPECT_EQ(plain.atoms.pe[0] < 0.0, ewald == 1);
+        for (double& e : plain.atoms.pe)
+            e *= 0.5;
+        EXPECT_EQ(engine.atoms.pe, plain.atoms.pe) << flag << ' ' << pbc << ' ' << q0;
+        EXPECT_EQ(engine.ff.fx, ff.fx) << flag << ' ' << pbc << ' ' << q0;
+        EXPECT_EQ(engine.electrostatics.ncharged, q0 == 0 ? 1 : 2);
     }
-}
-
-TEST(ElectrostaticsCall, ChargesAreCountedOnceAfterEachSetUpAndNaNCounts) {
+    // Charges are counted (NaN as charged) at the first call after each set-up only.
     Engine engine = staged({{0, 0, 0, std::nan("")}, {3, 0, 0, 1.0}, {6, 0, 0, 0.0}}, 0, 1);
     electrostatics_call(engine);
-    EXPECT_EQ(engine.electrostatics.ncharged, 2);
-    EXPECT_FALSE(engine.electrostatics.elecfirstcall);
-    engine.ff.charg = {0.0, 0.0, 0.0};  // charges that change later leave the count alone
+    engine.ff.charg = {0.0, 0.0, 0.0};
     electrostatics_call(engine);
     EXPECT_EQ(engine.electrostatics.ncharged, 2);
-    setup_prms_for_electrostatics(engine);  // a new set-up counts again at the next call
+    setup_prms_for_electrostatics(engine);
     EXPECT_TRUE(engine.electrostatics.elecfirstcall);
     electrostatics_call(engine);
     EXPECT_EQ(engine.electrostatics.ncharged, 0);
@@ -94,189 +293,117 @@ TEST(ElectrostaticsCall, ChargesAreCountedOnceAfterEachSetUpAndNaNCounts) {
 
 // "dpmta.IN" with a box of sides `side` centred on `centre`, each value followed by a comment
 // as the file carries them; off-diagonal box components are given too.
-void write_dpmta(const test_support::ScratchDir& dir, std::array<double, 3> side,
-                 std::array<double, 3> centre, bool resize) {
+void write_dpmta(const test_support::ScratchDir& dir, Vec side, Vec centre, bool resize) {
     std::string text =
         "4   procs\n3 levels\n8 terms\n0 mp_lj\n0 fft\n4 block\n0 pbc\n6 macro\n0.6 t\n";
-    for (double x : {side[0], 0.5, 0.0, 0.0, side[1], 0.0, 0.25, 0.0, side[2]})
-        text += std::to_string(x) + "   box vector\n";
-    for (double x : centre)
-        text += std::to_string(x) + "  centre\n";
+    for (double x : {side[0], 0.5, 0.0, 0.0, side[1], 0.0, 0.25, 0.0, side[2], centre[0], centre[1],
+                     centre[2]})
+        text += std::to_string(x) + "   box vector or centre\n";
     dir.write("dpmta.IN", text + (resize ? "T resize\n" : "F resize\n"));
 }
 
 TEST(MultipoleSettings, FlagDecidesWhatIsReadAndTheDpmtaRecordsSetTheBox) {
     test_support::ScratchDir dir(true);
     Engine engine;
-    for (int32_t flag : {1, 2, 5}) {  // no file read (there is none here)
-        engine.config.multipole_flag = flag;
-        EXPECT_EQ(stop_of([&] { setup_prms_for_electrostatics(engine); }).status, 0) << flag;
-    }
     engine.config.multipole_flag = 0;
     EXPECT_NE(input_error_text([&] { setup_prms_for_electrostatics(engine); }).find("dpmta.IN"),
               std::string::npos);
-
     write_dpmta(dir, {40.0, 50.0, 60.0}, {1.0, 2.0, 3.0}, true);
     setup_prms_for_electrostatics(engine);
     const DpmtaRecords& rec = engine.electrostatics.multipole.records;
     EXPECT_EQ(rec.integers, (std::array<int32_t, 8>{1, 3, 8, 0, 0, 4, 0, 6}));
-    EXPECT_EQ(rec.id, 1);
-    EXPECT_DOUBLE_EQ(rec.reals[0], 0.6);
+    EXPECT_EQ(std::make_pair(rec.id, rec.reals[0]), std::make_pair(1, 0.6));
     const ForceFieldState& ff = engine.ff;
     EXPECT_TRUE(ff.dpmtaresizeflag);
-    EXPECT_DOUBLE_EQ(ff.v1y, 0.5);
-    EXPECT_DOUBLE_EQ(ff.v3x, 0.25);
-    EXPECT_EQ((std::array<double, 6>{ff.xmina, ff.ymina, ff.zmina, ff.xmaxa, ff.ymaxa, ff.zmaxa}),
-              (std::array<double, 6>{0.0, 0.0, 0.0, 40.0, 50.0, 60.0}));
+    EXPECT_EQ((std::array<double, 8>{ff.v1y, ff.v3x, ff.xmina, ff.ymina, ff.zmina, ff.xmaxa,
+                                     ff.ymaxa, ff.zmaxa}),
+              (std::array<double, 8>{0.5, 0.25, 0.0, 0.0, 0.0, 40.0, 50.0, 60.0}));
     // The tracked box and the tree start from the diagonal of the box vectors about the centre.
-    EXPECT_EQ(ff.dpmtamax, (std::array<double, 3>{21.0, 27.0, 33.0}));
-    EXPECT_EQ(ff.dpmtamin, (std::array<double, 3>{-19.0, -23.0, -27.0}));
-    EXPECT_EQ(ff.dpmtahalfbox, (std::array<double, 3>{20.0, 25.0, 30.0}));
+    EXPECT_EQ(std::tie(ff.dpmtamax, ff.dpmtamin, ff.dpmtahalfbox),
+              std::make_tuple(Vec{21, 27, 33}, Vec{-19, -23, -27}, Vec{20, 25, 30}));
     const auto& tree = engine.electrostatics.multipole.tree;
     ASSERT_TRUE(tree);
-    EXPECT_EQ(tree->box_sides(), (std::array<double, 3>{40.0, 50.0, 60.0}));
-    EXPECT_EQ(tree->box_centre(), (std::array<double, 3>{1.0, 2.0, 3.0}));
+    EXPECT_EQ(std::make_tuple(tree->box_sides(), tree->box_centre()),
+              std::make_tuple(Vec{40, 50, 60}, Vec{1, 2, 3}));
     finalise_multipole(engine);
     EXPECT_FALSE(tree);
-
-    dir.write("fmmp.IN", "2\n1\n0\n3\n4\n5\n1.5\n0\n0\n0\n2.5\n0\n0\n0\n3.5 last\n");
-    read_fmmp_in(engine);
-    const FmmpSettings& s = engine.electrostatics.multipole.fmmp;
-    EXPECT_EQ((std::array<int32_t, 6>{s.iws, s.itr, s.ipbc, s.lbotx, s.lboty, s.lbotz}),
-              (std::array<int32_t, 6>{2, 1, 0, 3, 4, 5}));
-    EXPECT_EQ(s.hx, (std::array<double, 3>{1.5, 0.0, 0.0}));
-    EXPECT_EQ(s.hz, (std::array<double, 3>{0.0, 0.0, 3.5}));
-    dir.write("fmmp.IN", "2\n1\n0\n3\n");
-    EXPECT_NE(input_error_text([&] { read_fmmp_in(engine); }).find("fmmp.IN"), std::string::npos);
 }
 
-TEST(MultipoleSettings, OpenBoxTreeGivesHalfTheCoulombPotentialPerAtom) {
+TEST(MultipoleSettings, TreeGivesHalfTheCoulombEnergyOfTheChargedAtoms) {
+    // Six ions in a 40 A box about the origin (one close enough to a face to move it when tracked),
+    // and an uncharged atom outside it at x = 25: the direct sum over the ions, nothing on the
+    // uncharged atom, tracked box or not. A charged atom outside a box that does not follow the
+    // charges stops, named by number.
     test_support::ScratchDir dir(true);
-    write_dpmta(dir, {40.0, 40.0, 40.0}, {0.0, 0.0, 0.0}, false);
-    const std::vector<Ion> ions = {{1.0, 2.0, -3.0, 1.5},  {-4.0, 0.5, 2.0, -1.0},
-                                   {6.0, -7.0, 1.0, 0.75}, {-2.0, -3.0, -8.0, -2.0},
-                                   {9.0, 8.0, 7.0, 0.5},   {0.3, -0.2, 0.1, 0.25}};
-    Engine engine = staged(ions);
-    setup_prms_for_electrostatics(engine);
-    electrostatics_call(engine);
-    for (std::size_t i = 0; i < ions.size(); ++i) {
-        double phi = 0.0, f[3] = {0.0, 0.0, 0.0};
-        for (std::size_t j = 0; j < ions.size(); ++j) {
-            const double d[3] = {ions[i][0] - ions[j][0], ions[i][1] - ions[j][1],
-                                 ions[i][2] - ions[j][2]};
-            const double r = std::hypot(d[0], d[1], d[2]);
-            phi += j == i ? 0.0 : ions[j][3] / r;
-            for (int c = 0; c < 3 && j != i; ++c)
-                f[c] += kTreeCoulomb * ions[i][3] * ions[j][3] * d[c] / (r * r * r);
-        }
-        const double expected = 0.5 * kTreeCoulomb * ions[i][3] * phi;
-        EXPECT_NEAR(engine.atoms.pe[i], expected, 1e-4 * std::fabs(expected)) << i;
-        const double got[3] = {engine.ff.fx[i], engine.ff.fy[i], engine.ff.fz[i]};
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(got[c], f[c], 1e-4 * std::fabs(f[c]) + 1e-6) << i;
-    }
-}
-
-TEST(MultipoleSettings, UnchargedAtomsMayLieOutsideTheTreeBox) {
-    // +1 and -1 3 A apart inside the box (0..20 on each axis), atom 2 uncharged at x = 25:
-    // the pair's Coulomb energy, no Coulomb force on the uncharged atom, tracked box or not.
-    // A charged atom outside a box that does not follow the charges stops, named by number.
-    test_support::ScratchDir dir(true);
-    const auto evaluate = [&](bool resize, double q_outside) {
-        write_dpmta(dir, {20.0, 20.0, 20.0}, {10.0, 10.0, 10.0}, resize);
-        Engine engine = staged({{10, 10, 10, 1.0}, {13, 10, 10, -1.0}, {25, 10, 10, q_outside}});
+    std::vector<Ion> ions = {{1.0, 2.0, -3.0, 1.5},  {-4.0, 0.5, 2.0, -1.0},
+                             {6.0, -7.0, 1.0, 0.75}, {-2.0, -3.0, -8.0, -2.0},
+                             {12.0, 8.0, 7.0, 0.5},  {0.3, -0.2, 0.1, 0.25},
+                             {25.0, 0.0, 0.0, 0.0}};
+    const auto evaluate = [&](bool resize) {
+        write_dpmta(dir, {40.0, 40.0, 40.0}, {0.0, 0.0, 0.0}, resize);
+        Engine engine = staged(ions);
         setup_prms_for_electrostatics(engine);
         electrostatics_call(engine);
         return engine;
     };
+    Columns c;
+    for (std::size_t k = 0; k < 4 * ions.size(); ++k)
+        c[k % 4].push_back(ions[k / 4][k % 4]);
+    const Columns direct = coulomb_sum(c);
     for (bool resize : {false, true}) {
-        const Engine engine = evaluate(resize, 0.0);
-        const std::vector<double>& pe = engine.atoms.pe;
-        EXPECT_NEAR(pe[0] + pe[1], -kTreeCoulomb / 3.0, 1e-9) << resize;
-        EXPECT_NEAR(engine.ff.fx[0], kTreeCoulomb / 9.0, 1e-9) << resize;
-        EXPECT_EQ(engine.ff.fx[2], 0.0);
-        EXPECT_EQ(pe[2], 0.0);
+        const Engine engine = evaluate(resize);
+        const std::vector<double>* got[4] = {&engine.atoms.pe, &engine.ff.fx, &engine.ff.fy,
+                                             &engine.ff.fz};
+        for (std::size_t i = 0; i < ions.size(); ++i)
+            for (int a = 0; a < 4; ++a) {
+                const double want =
+                    14.39964392951822 * direct[a][i] * (a == 0 ? 0.5 * ions[i][3] : 1.0);
+                EXPECT_NEAR((*got[a])[i], want, 1e-4 * std::fabs(want) + (a ? 1e-6 : 0.0))
+                    << i << resize;
+            }
     }
-    const std::string stop = stop_of([&] { evaluate(false, 0.5); }).first();
-    EXPECT_NE(stop.find("FPMTAFORCE: PARTICLE 3 AT 25"), std::string::npos) << stop;
+    ions.back()[3] = 0.5;
+    const std::string stop = stop_of([&] { evaluate(false); }).first();
+    EXPECT_NE(stop.find("FPMTAFORCE: PARTICLE 7 AT 25"), std::string::npos) << stop;
 }
 
-// Tracked box of side `side` about the origin; one atom of the given charge at `at`.
-Engine tracked_box(std::array<double, 3> at, double q = 1.0, double side = 100.0) {
-    Engine engine = staged({{at[0], at[1], at[2], q}});
-    ForceFieldState& ff = engine.ff;
-    ff.dpmtaresizeflag = true;
-    ff.v1x = ff.v2y = ff.v3z = side;
-    const std::array<int32_t, 8> integers{1, 3, 6, 0, 0, 4, 0, 6};
-    const std::array<double, 13> reals{0.6, side, 0, 0, 0, side, 0, 0, 0, side, 0, 0, 0};
-    multipole::fpmtainit(engine.electrostatics.multipole.tree, integers.data(), reals.data(),
-                         engine.electrostatics.multipole.records.id);
-    setup_dpmtaresize(engine);
-    main_dpmtaresize(engine);
-    return engine;
-}
-
-TEST(BoxTracking, FacesMoveOnlyForChargesWithinTheMargin) {
-    // Exactly 10 A inside the upper x face: the test is strict, nothing moves.
-    EXPECT_EQ(tracked_box({40.0, 0.0, 0.0}).ff.dpmtamax, (std::array<double, 3>{50, 50, 50}));
-    // 9.5 A inside: the upper x face goes 20 A beyond the atom; side and centre follow.
-    const Engine moved = tracked_box({40.5, 0.0, -45.0});
-    const ForceFieldState& ff = moved.ff;
-    EXPECT_EQ(ff.dpmtamax, (std::array<double, 3>{60.5, 50.0, 50.0}));
-    EXPECT_EQ(ff.dpmtamin, (std::array<double, 3>{-50.0, -50.0, -65.0}));
-    EXPECT_EQ(ff.dpmtaboxside, (std::array<double, 3>{110.5, 100.0, 115.0}));
-    EXPECT_EQ(ff.dpmtaboxcntr, (std::array<double, 3>{5.25, 0.0, -7.5}));
-    EXPECT_EQ(ff.dpmtahalfbox, (std::array<double, 3>{50.0, 50.0, 50.0}));  // not updated
-    EXPECT_EQ(moved.electrostatics.multipole.tree->box_sides(), ff.dpmtaboxside);
-    EXPECT_EQ(moved.electrostatics.multipole.tree->box_centre(), ff.dpmtaboxcntr);
-    // Uncharged atoms never move the box, wherever they are.
-    EXPECT_EQ(tracked_box({49.0, -49.0, 0.0}, 0.0).ff.dpmtaboxside,
-              (std::array<double, 3>{100.0, 100.0, 100.0}));
-    // In a box narrower than both margins, a coordinate that raised the upper value is not
-    // tested against the lower one: only the upper face moves.
-    const Engine narrow = tracked_box({0.0, 0.0, 0.0}, 1.0, 10.0);
-    EXPECT_EQ(narrow.ff.dpmtamax, (std::array<double, 3>{20.0, 20.0, 20.0}));
-    EXPECT_EQ(narrow.ff.dpmtamin, (std::array<double, 3>{-5.0, -5.0, -5.0}));
-}
-
-// Cut-off 4 A for every pair of the test family.
-double four_angstroms(Engine&, int32_t, int32_t) {
-    return 16.0;
-}
-void no_setup(Engine&, int32_t) {}
-void no_evaluation(Engine&) {}
-constexpr FamilyOps kShortOps{no_setup, four_angstroms, no_evaluation};
-constexpr KeywordRow kShortCatalogue[] = {{"SHORT", "short_interaction", &kShortOps}};
-
-TEST(EwaldNeighbourReach, ListReachesTheRealSpaceCutOffOnlyWhenEwaldRuns) {
+TEST(MultipoleSettings, TrackedBoxFacesMoveOnlyForChargesWithinTheMargin) {
     struct Case {
-        int32_t pbcx, multipole_flag;
-        double q0, radius;
+        Vec at;
+        double q, side;
+        Vec max, min;
     };
-    // Ewald (flags 0 and 1, periodic, two charges) needs 9 A; the triangle-layer mode, an
-    // open x axis and a single charge keep the family's 4 A + 0.3.
-    for (const Case& c : {Case{1, 1, 1.0, 9.0}, Case{1, 0, 1.0, 9.0}, Case{1, 2, 1.0, 4.3},
-                          Case{0, 1, 1.0, 4.3}, Case{1, 1, 0.0, 4.3}}) {
-        Engine engine;
-        engine.catalogue = kShortCatalogue;
-        engine.config.pbcx = c.pbcx;
-        engine.config.pbcy = engine.config.pbcz = 1;
-        engine.config.multipole_flag = c.multipole_flag;
-        engine.atoms.lx = engine.atoms.ly = engine.atoms.lz = 30.0;
-        engine.atoms.mylt = 2;
-        engine.atoms.list.resize(2);
-        engine.atoms.list[0].charge = c.q0;
-        engine.atoms.list[1].charge = -1.0;
-        engine.atoms.numel = 1;
-        engine.atoms.anum = {26};
-        engine.registry.potype.assign(1, "SHORT");
-        engine.registry.pot_numprocs = 1;
-        define_myprocess_boundaries(engine);
-        double range = 0.0;
-        setup_nebour_parameters(engine, range);
-        EXPECT_EQ(engine.neighbours.radius(0, 0), c.radius) << c.pbcx << c.multipole_flag;
-        EXPECT_EQ(range, c.radius);
-        EXPECT_EQ(engine.cells.mx, static_cast<int32_t>(30.0 / c.radius));
+    const Case cases[] = {
+        // Exactly 10 A inside the upper x face: the test is strict, nothing moves.
+        {{40.0, 0.0, 0.0}, 1.0, 100.0, {50, 50, 50}, {-50, -50, -50}},
+        // 9.5 A inside: the upper x face goes 20 A beyond the atom; likewise the lower z face.
+        {{40.5, 0.0, -45.0}, 1.0, 100.0, {60.5, 50, 50}, {-50, -50, -65}},
+        // Uncharged atoms never move the box, wherever they are.
+        {{49.0, -49.0, 0.0}, 0.0, 100.0, {50, 50, 50}, {-50, -50, -50}},
+        // In a box narrower than both margins, a coordinate that raised the upper value is not
+        // tested against the lower one: only the upper face moves.
+        {{0.0, 0.0, 0.0}, 1.0, 10.0, {20, 20, 20}, {-5, -5, -5}},
+    };
+    for (const Case& c : cases) {
+        Engine engine = staged({{c.at[0], c.at[1], c.at[2], c.q}});
+        ForceFieldState& ff = engine.ff;
+        ff.dpmtaresizeflag = true;
+        ff.v1x = ff.v2y = ff.v3z = c.side;
+        const std::array<int32_t, 8> integers{1, 3, 6, 0, 0, 4, 0, 6};
+        const std::array<double, 13> reals{0.6, c.side, 0, 0, 0, c.side, 0, 0, 0, c.side, 0, 0, 0};
+        multipole::fpmtainit(engine.electrostatics.multipole.tree, integers.data(), reals.data(),
+                             engine.electrostatics.multipole.records.id);
+        setup_dpmtaresize(engine);
+        main_dpmtaresize(engine);
+        EXPECT_EQ(std::tie(ff.dpmtamax, ff.dpmtamin), std::tie(c.max, c.min)) << c.at[0];
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_EQ(ff.dpmtaboxside[k], c.max[k] - c.min[k]);
+            EXPECT_EQ(ff.dpmtaboxcntr[k], 0.5 * (c.max[k] + c.min[k]));
+            EXPECT_EQ(ff.dpmtahalfbox[k], 0.5 * c.side);  // not updated
+        }
+        const auto& tree = engine.electrostatics.multipole.tree;
+        EXPECT_EQ(std::tie(ff.dpmtaboxside, ff.dpmtaboxcntr),
+                  std::make_tuple(tree->box_sides(), tree->box_centre()));
     }
 }
 
