@@ -63,8 +63,9 @@ TEST(Driver, FixedAtomsStagingAndReportedAtoms) {
             EXPECT_EQ(w.force[3 * a + 1], c.fx[a] == -1 ? -1 : 0) << a;
         }
         EXPECT_EQ(result.maxforceatom, c.maxforceatom);
-        if (c.maxforceatom >= 0)
+        if (c.maxforceatom >= 0) {
             EXPECT_EQ(result.maxforce, c.fx[static_cast<std::size_t>(c.maxforceatom)]);
+        }
         EXPECT_EQ(result.totalenergy, c.totalenergy);
         EXPECT_FALSE(engine.atoms.list_allocated || engine.registry.allocated);
         EXPECT_TRUE(engine.ff.fx.empty() && engine.ff.nebour.empty());
