@@ -37,14 +37,7 @@ MORLIST_MORSE = {(0, 0): (0.2, 1.4, 3.3, 1.5, 5.0), (0, 1): (0.8, 1.7, 2.3, 1.2,
 MORLIST_FILES = {(0, 0): "POTFOR-SPLINES/PP_pw_for_potfor_morlist.IN",
                  (0, 1): "POTFOR-SPLINES/PFe_pw_for_potfor_morlist.IN"}
 
-# "ACKLIST": the pair term its table samples, to 3.6 A.
 ACKLIST_TABLE = "POTFOR-SPLINES/FeFe_pw_for_potfor_acklist.IN"
-
-
-def acklist_pair(r: float) -> tuple[float, float]:
-    """Energy and force -dV/dr of the pair term the "ACKLIST" table samples."""
-    return (2.0 * math.exp(-0.6 * r) - math.exp(-0.3 * r),
-            1.2 * math.exp(-0.6 * r) - 0.3 * math.exp(-0.3 * r))
 
 
 # "TERNARY": Morse pairs per pair of element indices (Fe, Ni, Cr), densities a exp(-b r) and
@@ -73,7 +66,10 @@ def write_morlist_tables(directory: Path, n: int = 2000) -> None:
 
 
 def write_acklist_table(directory: Path, n: int = 261) -> None:
-    write_table(directory / ACKLIST_TABLE, 1.0, 3.6, n, acklist_pair)
+    """The "ACKLIST" pair term, energy and force, to 3.6 A."""
+    write_table(directory / ACKLIST_TABLE, 1.0, 3.6, n,
+                lambda r: (2 * math.exp(-0.6 * r) - math.exp(-0.3 * r),
+                           1.2 * math.exp(-0.6 * r) - 0.3 * math.exp(-0.3 * r)))
 
 
 def write_ternary_tables(directory: Path, n: int = 2000) -> None:
