@@ -30,26 +30,16 @@ struct WholeCall {
 
     CalcForceCall call(std::string_view speciestring, int32_t nspecies, double box) {
         const auto n = static_cast<int32_t>(specie.size());
-        force.resize(pos.size());
-        ke.resize(specie.size());
-        pe.resize(specie.size());
+        force.resize(pos.size()), ke.resize(specie.size()), pe.resize(specie.size());
         CalcForceCall c;
-        c.image = -1;
-        c.speciestring = speciestring;
-        c.specie = specie.data();
-        c.pos = pos.data();
-        c.charge = charge.data();
-        c.force = force.data();
-        c.kearray = ke.data();
-        c.pearray = pe.data();
+        c.image = -1, c.speciestring = speciestring, c.nspecies = nspecies;
+        c.specie = specie.data(), c.pos = pos.data(), c.charge = charge.data();
+        c.force = force.data(), c.kearray = ke.data(), c.pearray = pe.data();
+        c.calcindexes = calcindexes.data(), c.mainindexes = mainindexes.data();
         c.xdim = c.ydim = c.zdim = box;
-        c.calcindexes = calcindexes.data();
-        c.mainindexes = mainindexes.data();
-        c.natoms = c.edim = n;
-        c.nspecies = nspecies;
+        c.natoms = c.edim = c.len_specie = c.len_charge = c.len_kearray = c.len_pearray = n;
         c.ncalc = c.len_calcindexes = static_cast<int32_t>(calcindexes.size());
         c.nmain = c.len_mainindexes = static_cast<int32_t>(mainindexes.size());
-        c.len_specie = c.len_charge = c.len_kearray = c.len_pearray = n;
         c.posdim = c.len_pos = c.len_force = 3 * n;
         return c;
     }

@@ -21,10 +21,9 @@ class ScratchDir {
                ("pelix_" + std::to_string(::getpid()) + "_" + std::to_string(++serial));
         std::filesystem::remove_all(dir_);
         std::filesystem::create_directories(dir_);
-        if (enter) {
-            previous_ = std::filesystem::current_path();
+        previous_ = enter ? std::filesystem::current_path() : std::filesystem::path();
+        if (enter)
             std::filesystem::current_path(dir_);
-        }
     }
     ~ScratchDir() {
         std::error_code ec;
@@ -56,10 +55,10 @@ template <class Action>
 Stop stop_of(Action&& action) {
     try {
         action();
+        return {};
     } catch (const FatalError& error) {
         return {error.exit_status(), error.lines()};
     }
-    return {};
 }
 
 // Runs `read`, which must fail with an input error (exit status 2, one line), and returns
@@ -67,8 +66,7 @@ Stop stop_of(Action&& action) {
 template <class Read>
 std::string input_error_text(Read&& read) {
     const Stop stop = stop_of(read);
-    EXPECT_EQ(stop.status, kExitInput);
-    EXPECT_EQ(stop.lines.size(), 1u);
+    EXPECT_TRUE(stop.status == kExitInput && stop.lines.size() == 1u) << stop.first();
     return stop.lines.empty() ? std::string() : stop.lines.front();
 }
 

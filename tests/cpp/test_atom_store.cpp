@@ -31,23 +31,18 @@ TEST(AtomStore, ReallocationKeepsLeadingRecordsAndReusesFreedMemory) {
     pelix::reallocate_atom_array(store, 3);
     pelix::reallocate_atom_array(store, 5);
     ASSERT_EQ(store.list.size(), 5u);
-    EXPECT_EQ(store.list[2].vy, 0.2 * 2);
-    EXPECT_EQ(store.list[2].charge, -1.5);
-    EXPECT_EQ(store.list[4].id, 0);
-    EXPECT_EQ(store.reallocations, 2);
+    EXPECT_TRUE(store.list[2].vy == 0.2 * 2 && store.list[2].charge == -1.5);
+    EXPECT_TRUE(store.list[4].id == 0 && store.reallocations == 2);
     pelix::reallocate_atom_array(store, 40);
     const pelix::AtomRecord* memory = store.list.data();
     store.symbol = {"Fe"};
     pelix::free_atom_list_and_species(store);
-    EXPECT_TRUE(store.list.empty());
-    EXPECT_EQ(store.symbol.capacity(), 0u);
+    EXPECT_TRUE(store.list.empty() && store.symbol.capacity() == 0u);
     pelix::reallocate_atom_array(store, 30);
-    EXPECT_EQ(store.list.data(), memory);
-    EXPECT_EQ(store.reallocations, 3);
+    EXPECT_TRUE(store.list.data() == memory && store.reallocations == 3);
     store.list[29] = record(30, 1, 1);
     pelix::reallocate_atom_array(store, 35);
-    EXPECT_EQ(store.list.data(), memory);
-    EXPECT_EQ(store.list[29].id, 30);
+    EXPECT_TRUE(store.list.data() == memory && store.list[29].id == 30);
     for (std::size_t k : {0u, 34u})
         EXPECT_TRUE(store.list[k].id == 0 && store.list[k].x == 0 && store.list[k].vz == 0 &&
                     store.list[k].latyp == 0);
@@ -59,14 +54,16 @@ TEST(AtomStore, ReallocationKeepsLeadingRecordsAndReusesFreedMemory) {
 
 TEST(AtomStore, SpeciesAndEnergies) {
     const std::vector<std::string> symbols = {"Fe", "O_", "Fe", "Ti"};
-    EXPECT_EQ(pelix::specie_for_atom("Fe", symbols), 2);  // the later entry wins
-    EXPECT_EQ(pelix::specie_for_atom("O", symbols), -1);
+    // The later entry wins; a symbol without its underscore is not found.
+    EXPECT_EQ(std::vector<int32_t>(
+                  {pelix::specie_for_atom("Fe", symbols), pelix::specie_for_atom("O", symbols)}),
+              std::vector<int32_t>({2, -1}));
     int32_t numel = 0;
     std::vector<std::string> registered = {"stale", "entries"};
     for (const char* sym : {"Fe", "O_", "Fe", "O_", "Ti"})
         pelix::checking_for_numel(sym, numel, registered);
-    EXPECT_EQ(numel, 3);
-    EXPECT_EQ(registered, std::vector<std::string>({"Fe", "O_", "Ti"}));
+    EXPECT_EQ(registered + std::vector<std::string>{std::to_string(numel)},
+              std::vector<std::string>({"Fe", "O_", "Ti", "3"}));
 
     // Only free atoms (type not 0) among the first mylt count: ke = m (1 + 4 + 1) v^2 / 2.
     pelix::AtomStore store;
@@ -76,10 +73,9 @@ TEST(AtomStore, SpeciesAndEnergies) {
     store.pe = {-1.0, -2.0, -4.0, -8.0, -16.0};
     EXPECT_EQ(pelix::tte(store), 0.0);  // mylt = 0
     store.mylt = 4;
-    EXPECT_DOUBLE_EQ(pelix::ke(store, store.list[1]), 30.0);
-    EXPECT_DOUBLE_EQ(pelix::tke(store), 6.0 + 7.5);
-    EXPECT_DOUBLE_EQ(pelix::tpe(store), -15.0);
-    EXPECT_DOUBLE_EQ(pelix::tte(store), -1.5);
+    EXPECT_EQ(std::vector<double>({pelix::ke(store, store.list[1]), pelix::tke(store),
+                                   pelix::tpe(store), pelix::tte(store)}),
+              std::vector<double>({30.0, 6.0 + 7.5, -15.0, -1.5}));
 }
 
 // Copies of the first n records, into arrays reused when they have the right size.

@@ -35,9 +35,9 @@ Kept kept_by_every_form(const Candidates& c, const std::vector<CandidateRun>& ru
         const int64_t written = append_within_range_on(path, c.view(), runs.data(), chosen.data(),
                                                        static_cast<int>(chosen.size()), centre,
                                                        nebour.data(), pbctyp.data(), 0);
-        forms.emplace_back();
+        forms.emplace_back(written, std::pair<int32_t, int32_t>{});
         for (int64_t e = 0; e < written; ++e)
-            forms.back().emplace_back(nebour[e], pbctyp[e]);
+            forms.back()[e] = {nebour[e], pbctyp[e]};
         EXPECT_EQ(forms.back(), forms.front()) << "form " << static_cast<int>(path);
     }
     return forms.front();
@@ -77,14 +77,8 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
 
         const bool uniform = trial % 2 == 0;
         const std::vector<double>& radii = uniform ? common : mixed;
-        const FilterCentre centre{40,
-                                  own,
-                                  0.5,
-                                  0.0,
-                                  0.0,
-                                  radii.data(),
-                                  uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN(),
-                                  species};
+        const double shared = uniform ? radii[0] : std::numeric_limits<double>::quiet_NaN();
+        const FilterCentre centre{40, own, 0.5, 0.0, 0.0, radii.data(), shared, species};
         // Every run, or (odd trials) the runs after the first, last one first.
         std::vector<uint8_t> chosen;
         for (std::size_t r = trial % 2; r < runs.size(); ++r)

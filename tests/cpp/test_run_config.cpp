@@ -24,59 +24,37 @@ std::vector<std::string> sample_lines() {
     return lines;
 }
 
-std::string joined(const std::vector<std::string>& lines) {
+// Reads the records and returns the file's path; the records are numbered from 0.
+std::string write(const test_support::ScratchDir& dir,
+                  std::vector<std::pair<int, std::string>> edits, std::size_t records = 34) {
+    auto lines = sample_lines();
+    for (const auto& [k, line] : edits)
+        lines[k] = line;
     std::string text;
-    for (const auto& line : lines)
-        text += line + "\n";
-    return text;
+    for (std::size_t k = 0; k < records; ++k)
+        text += lines[k] + "\n";
+    return dir.write("pelix.IN", text);
 }
 
-TEST(RunConfig, ReadsRecordsCopiesSettingsAndStopsOnBadInput) {
+// The records land in the settings (the periodic flags and the simulation type in the
+// decomposition), the writer lays them out for people and its file does not read back; only
+// the first 5 or 6 columns of lines 1-4 count (a short line blank-padded); bad input stops.
+TEST(RunConfig, ReadsRecordsWritesTheLayoutAndStopsOnBadInput) {
     test_support::ScratchDir dir;
     RunConfig c;
     SpatialDecomposition sd;
     sd.sd_pbcx = sd.sd_pbcy = sd.sd_pbcz = sd.sd_fe_flag = -1;
-    read_pelixin(c, sd, dir.write("pelix.IN", joined(sample_lines())));
-    EXPECT_EQ(c.ident + c.thermtype, "RUN001NO_THERMOSTAT");
+    read_pelixin(c, sd, write(dir, {}));
+    EXPECT_EQ(c.ident + c.thermtype + sd.sd_simutype, "RUN001NO_THERMOSTATCOLLI");
     EXPECT_DOUBLE_EQ(c.roe, 208.726048);
     EXPECT_EQ(std::vector<double>({c.dt, c.latticeskin, c.chargerecoverytimestep}),
               std::vector<double>({0.5, 3.5, 0.25}));
     EXPECT_EQ(std::vector<bool>({c.ke_vtk, c.pe_vtk, c.animation_flag, c.neb_flag, c.chargesinxyz,
                                  c.velocityinxyz, c.zip_flag, c.minfileoutput}),
               std::vector<bool>({true, false, true, false, true, false, true, true}));
-    EXPECT_EQ(sd.sd_simutype, "COLLI");
     EXPECT_EQ(std::vector<int32_t>({sd.sd_pbcx, sd.sd_pbcy, sd.sd_pbcz, sd.sd_fe_flag}),
               std::vector<int32_t>({1, 0, 1, 1}));
 
-    // Only the first 5 or 6 columns of lines 1-4 count; a short line is blank-padded.
-    auto lines = sample_lines();
-    lines[0] = "CNTINUE_FROM_HERE";
-    lines[2] = "IND";
-    lines[3] = "ABCDEFGH";
-    for (int32_t flag : {0, 1, 2, 3}) {
-        lines[21] = " " + std::to_string(flag) + " /* Multipole";
-        read_pelixin(c, sd, dir.write("pelix.IN", joined(lines)));
-        EXPECT_EQ(c.tlayttriamode, flag == 2) << flag;
-    }
-    EXPECT_EQ(c.bgorct + c.ident + sd.sd_simutype, "CNTINABCDEFIND  ");
-
-    lines = sample_lines();
-    lines[6] = " abc  /* DT";
-    std::string path = dir.write("pelix.IN", joined(lines));
-    EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, path); }),
-              path + " line 7: expected a real number (DT), found \"abc\"");
-    lines = sample_lines();
-    lines.resize(33);
-    path = dir.write("pelix.IN", joined(lines));
-    EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, path); }),
-              path + " line 34: expected MINFILEOUTPUT, found end of file");
-}
-
-TEST(RunConfig, WrittenFileHasTheWriterLayoutAndDoesNotReadBack) {
-    test_support::ScratchDir dir;
-    RunConfig c;
-    SpatialDecomposition sd;
-    read_pelixin(c, sd, dir.write("pelix.IN", joined(sample_lines())));
     const std::string out = dir.path("out.IN");
     update_pelixin(c, out);
     std::ifstream in(out);
@@ -94,6 +72,22 @@ TEST(RunConfig, WrittenFileHasTheWriterLayoutAndDoesNotReadBack) {
     EXPECT_NE(written[23].find("T   /* Zip flag (xyz files)"), std::string::npos);
     EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, out); }),
               out + " line 25: expected VELOCITYINXYZ, found end of file");
+
+    for (int32_t flag : {0, 1, 2, 3}) {
+        read_pelixin(c, sd,
+                     write(dir, {{0, "CNTINUE_FROM_HERE"},
+                                 {2, "IND"},
+                                 {3, "ABCDEFGH"},
+                                 {21, " " + std::to_string(flag) + " /* Multipole"}}));
+        EXPECT_EQ(c.tlayttriamode, flag == 2) << flag;
+    }
+    EXPECT_EQ(c.bgorct + c.ident + sd.sd_simutype, "CNTINABCDEFIND  ");
+    std::string path = write(dir, {{6, " abc  /* DT"}});
+    EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, path); }),
+              path + " line 7: expected a real number (DT), found \"abc\"");
+    path = write(dir, {}, 33);
+    EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, path); }),
+              path + " line 34: expected MINFILEOUTPUT, found end of file");
 }
 
 }  // namespace
