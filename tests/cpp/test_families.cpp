@@ -1,34 +1,36 @@
 // The potential families side by side: the pair types and refusals of each mapper, the set-up
 // constants, the bond-list capacity, the table files and their stops; then what a whole force
-// call cannot single out: batched knot sums, the iron dimer with its embedding, the element a
-// TERNARY density is taken from, and the tables of the tabulated pairs end to end.
+// call cannot single out: batched knot sums, the iron dimer with its embedding, the tables of
+// the tabulated pairs end to end; and the common evaluation under them, driven by a small
+// spring family on a hand-built neighbour list with periodic images along each axis.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <functional>
-#include <limits>
+#include <iomanip>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
+#include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
-#include "family_test_support.hpp"
 #include "potentials/ackland.hpp"
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/family_contract.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
 #include "potentials/ternary.hpp"
 #include "potentials/zblpotl.hpp"
+#include "scratch_dir.hpp"
 
 namespace pelix {
 namespace {
-
-using test_support::line_engine;
-using test_support::nrerror_line;
-using test_support::sampled_table;
 
 constexpr int32_t kH = 1, kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kSi = 14, kP = 15, kTi = 22,
                   kCr = 24, kFe = 26, kCo = 27, kNi = 28, kCu = 29, kY = 39, kZr = 40, kAg = 47,
@@ -36,6 +38,48 @@ constexpr int32_t kH = 1, kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kSi = 14,
 const std::string kPP = "POTFOR-SPLINES/PP_pw_for_potfor_morlist.IN";
 const std::string kPFe = "POTFOR-SPLINES/PFe_pw_for_potfor_morlist.IN";
 const std::string kAckTable(kAcklistTableFile);
+
+// The first line of the stop that `action` raises ("no stop" when it returns); an nrerror stop
+// is checked to close with its own line.
+template <class Action>
+std::string nrerror_line(Action&& action) {
+    const test_support::Stop stop = test_support::stop_of(action);
+    if (stop.status == kExitFatal) {
+        EXPECT_EQ(stop.lines,
+                  (std::vector<std::string>{stop.first(), "program terminated by nerror"}));
+    }
+    return stop.first();
+}
+
+// Neighbour lists given atom by atom as (neighbour, image code) pairs, every listed atom
+// counted as local, and zeroed forces and per-atom energies for as many atoms.
+using Lists = std::vector<std::vector<std::pair<int32_t, int32_t>>>;
+void set_neighbour_lists(Engine& engine, const Lists& lists) {
+    ForceFieldState& ff = engine.ff;
+    for (const auto& list : lists) {
+        ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+        for (const auto& [j, image] : list)
+            ff.nebour.push_back(j), ff.pbctyp.push_back(image);
+    }
+    ff.nebpnt.push_back(static_cast<int32_t>(ff.nebour.size()));
+    engine.sd.myltpnebs = static_cast<int32_t>(lists.size());
+    ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(lists.size(), 0.0);
+}
+
+// Two atoms of atomic numbers za and zb (species 0 and 1) r apart on the x axis, the pair
+// given to potential 1; atom 0 lists atom 1 `listed` times (as if through as many images).
+Engine dimer(int32_t za, int32_t zb, double r, int32_t listed = 1) {
+    Engine engine;
+    engine.atoms.anum = {za, zb};
+    ForceFieldState& ff = engine.ff;
+    ff.specie = {0, 1};
+    ff.idnum = {1, 2};
+    ff.rx = {0.0, r};
+    ff.ry = ff.rz = {0.0, 0.0};
+    ff.potnum.assign(2, 1);
+    set_neighbour_lists(engine, {Lists::value_type(listed, {1, 0}), {{0, 0}}});
+    return engine;
+}
 
 // The cubic the MORLIST and ACKLIST tables sample: a spline with its end slopes reproduces it.
 double cubic(double x) {
@@ -45,28 +89,31 @@ double cubic_slope(double x) {
     return (0.3 * x - 1.0) * x + 0.2;
 }
 
-// The table files of every tabulated family in a scratch working directory. TERNARY: no pair
-// energy, the constant densities 1 (Fe), 3 (Ni) and 5 (Cr) and the embeddings
-// F(p) = (e + 1)(p^2 + 1) of elements e = 0, 1, 2, with knots at every integer density.
+// n records "x f(x) -f'(x)" of the cubic (of 0 when `zero`) at x = x0 .. x1 evenly spaced (the
+// last exactly x1), count first.
+std::string sampled_table(int n, double x0, double x1, bool zero = false) {
+    std::ostringstream out;
+    out << std::setprecision(17) << n << "\n";
+    for (int k = 0; k < n; ++k) {
+        const double x = k == n - 1 ? x1 : x0 + k * (x1 - x0) / (n - 1);
+        out << x << " " << (zero ? 0.0 : cubic(x)) << " " << (zero ? 0.0 : -cubic_slope(x)) << "\n";
+    }
+    return out.str();
+}
+
+// The table files of every tabulated family in a scratch working directory; TERNARY's all 0.
 class Families : public ::testing::Test {
   protected:
     Families() { write_tables(); }
     void write_tables() const {
         std::filesystem::create_directory("POTFOR-SPLINES");
-        dir_.write(kPP, sampled_table(20, 1.5, 5.0, cubic, cubic_slope));
-        dir_.write(kPFe, sampled_table(30, 1.2, 4.0, cubic, cubic_slope));
-        dir_.write(kAckTable, sampled_table(27, 1.0, 3.6, cubic, cubic_slope));
-        for (const char* pair : {"FeFe", "NiNi", "CrCr", "FeNi", "FeCr", "NiCr"})
-            dir_.write(std::string("p") + pair + ".IN",
-                       sampled_table(61, 1.0, 5.5, [](double) { return 0.0; }));
-        for (int e = 0; e < 3; ++e) {
-            const std::string symbol[3] = {"Fe", "Ni", "Cr"};
-            dir_.write("rho" + symbol[e] + ".IN",
-                       sampled_table(61, 1.0, 5.5, [&](double) { return 1.0 + 2.0 * e; }));
-            dir_.write("F_" + symbol[e] + ".IN", sampled_table(61, 0.0, 60.0, [&](double p) {
-                           return (e + 1) * (p * p + 1.0);
-                       }));
-        }
+        dir_.write(kPP, sampled_table(20, 1.5, 5.0));
+        dir_.write(kPFe, sampled_table(30, 1.2, 4.0));
+        dir_.write(kAckTable, sampled_table(27, 1.0, 3.6));
+        for (const std::string name : {"pFeFe", "pNiNi", "pCrCr", "pFeNi", "pFeCr", "pNiCr",
+                                       "rhoFe", "rhoNi", "rhoCr", "F_Fe", "F_Ni", "F_Cr"})
+            dir_.write(name + ".IN", name[0] == 'F' ? sampled_table(61, 0.0, 60.0, true)
+                                                    : sampled_table(61, 1.0, 5.5, true));
     }
     test_support::ScratchDir dir_{true};
 };
@@ -88,63 +135,43 @@ struct Family {
     std::string overflow;
 };
 
-const std::string kAcklandMixed = "ACKLAND_MAPIJ: Ackland interaction between";
-const std::string kZblpotlOther = "ZBLPOTL_MAPIJ: Problems to set ZBLPOTL_MAPIJ";
-
 // clang-format off
+#define FAMILY(NAME, name) #NAME, name##_mapij, name##_selects, setup_prms_for_##name, \
+    name##_cutoff_squared, name##_call, [](const Engine& e) { return e.families.name.name##_idnum; }
+const std::string kAcklandMixed = "ACKLAND_MAPIJ: Ackland interaction between",
+                  kZblpotlOther = "ZBLPOTL_MAPIJ: Problems to set ZBLPOTL_MAPIJ";
+std::string problems(const std::string& name) { return name + "_MAPIJ: Problems setting " + name + "_MAPIJ"; }
+std::string wrong(const std::string& name) { return name + "_NEB: WHATs WRONG WITH INTERSIZE"; }
 const std::vector<Family> kFamilies = {
-    {"ACKLAND", ackland_mapij, ackland_selects, setup_prms_for_ackland, ackland_cutoff_squared,
-     ackland_call, [](const Engine& e) { return e.families.ackland.ackland_idnum; },
-     {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
+    {FAMILY(ACKLAND, ackland), {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
      {{kFe, kAg, kAcklandMixed + "Fe and Ag has not been implemented yet."},
       {kAu, kFe, kAcklandMixed + "Fe and Au has not been implemented yet."},
-      {kAg, kAu, kAcklandMixed + "Ag and Au has not been implemented yet."},
-      {kFe, kCu, "ACKLAND_MAPIJ: Problems setting ACKLAND_MAPIJ"}},
-     600, "ACKLAND_NEB: WHATs WRONG WITH INTERSIZE"},
-    {"ACKLIST", acklist_mapij, acklist_selects, setup_prms_for_acklist, acklist_cutoff_squared,
-     acklist_call, [](const Engine& e) { return e.families.acklist.acklist_idnum; },
-     {{kFe, kFe, 1, 3.72645}},
-     {{kFe, kNi, "ACKLIST_MAPIJ: Problems setting ACKLIST_MAPIJ"}},
-     36, "ACKLIST_NEB: WHATs WRONG WITH INTERSIZE"},
-    {"BUCKBW", buckbw_mapij, buckbw_selects, setup_prms_for_buckbw, buckbw_cutoff_squared,
-     buckbw_call, [](const Engine& e) { return e.families.buckbw.buckbw_idnum; },
-     {{kFe, kFe, 1, 3.9}, {kTi, kTi, 2, 5.15}, {kY, kY, 3, 5.65}, {kFe, kY, 4, 5.45},
-      {kFe, kTi, 5, 4.55}, {kTi, kY, 6, 5.95}, {kFe, kO, 7, 3.9}, {kTi, kO, 8, 4.0},
-      {kY, kO, 9, 4.0}, {kO, kO, 10, 4.25}},
-     {{kFe, kAg, "BUCKBW_MAPIJ: Problems setting BUCKBW_MAPIJ"},
-      {kH, kO, "BUCKBW_MAPIJ: Problems setting BUCKBW_MAPIJ"},
-      {kY, kZr, "BUCKBW_MAPIJ: Problems setting BUCKBW_MAPIJ"}},
-     555, "BUCKBW_NEB: WHATs WRONG WITH INTERSIZE"},
-    {"MORLIST", morlist_mapij, morlist_selects, setup_prms_for_morlist, morlist_cutoff_squared,
-     morlist_call, [](const Engine& e) { return e.families.morlist.morlist_idnum; },
-     {{kP, kP, 1, 5.0}, {kP, kFe, 2, 4.0}},  // the last distances of the tables
+      {kAg, kAu, kAcklandMixed + "Ag and Au has not been implemented yet."}, {kFe, kCu, problems("ACKLAND")}},
+     600, wrong("ACKLAND")},
+    {FAMILY(ACKLIST, acklist), {{kFe, kFe, 1, 3.72645}}, {{kFe, kNi, problems("ACKLIST")}}, 36, wrong("ACKLIST")},
+    {FAMILY(BUCKBW, buckbw), {{kFe, kFe, 1, 3.9}, {kTi, kTi, 2, 5.15}, {kY, kY, 3, 5.65}, {kFe, kY, 4, 5.45},
+      {kFe, kTi, 5, 4.55}, {kTi, kY, 6, 5.95}, {kFe, kO, 7, 3.9}, {kTi, kO, 8, 4.0}, {kY, kO, 9, 4.0},
+      {kO, kO, 10, 4.25}},
+     {{kFe, kAg, problems("BUCKBW")}, {kH, kO, problems("BUCKBW")}, {kY, kZr, problems("BUCKBW")}},
+     555, wrong("BUCKBW")},
+    {FAMILY(MORLIST, morlist), {{kP, kP, 1, 5.0}, {kP, kFe, 2, 4.0}},  // the tables' last distances
      {{kFe, kFe, "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ"},
-      {kP, kO, "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ"}},
-     60, "MORSNEB: NEBTOT > INTERSIZE"},
-    {"MORSEPT", morsept_mapij, morsept_selects, setup_prms_for_morsept, morsept_cutoff_squared,
-     morsept_call, [](const Engine& e) { return e.families.morsept.morsept_idnum; },
-     {{kP, kP, 1, 4.69}, {kP, kFe, 2, 3.108}},
+      {kP, kO, "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ"}}, 60, "MORSNEB: NEBTOT > INTERSIZE"},
+    {FAMILY(MORSEPT, morsept), {{kP, kP, 1, 4.69}, {kP, kFe, 2, 3.108}},
      {{kFe, kFe, "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"},
-      {kSi, kFe, "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"}},
-     60, "MORSEPT_NEB: NEBTOT > INTERSIZE"},
-    {"TERNARY", ternary_mapij, ternary_selects, setup_prms_for_ternary, ternary_cutoff_squared,
-     ternary_call, [](const Engine& e) { return e.families.ternary.ternary_idnum; },
-     {{kFe, kFe, 1, 5.18}, {kNi, kNi, 2, 5.18}, {kCr, kCr, 3, 5.18}, {kFe, kNi, 4, 5.18},
-      {kFe, kCr, 5, 5.18}, {kNi, kCr, 6, 5.18}},
-     {{kFe, kP, "TERNARY_MAPIJ: Problems setting TERNARY_MAPIJ"},
-      {kCo, kNi, "TERNARY_MAPIJ: Problems setting TERNARY_MAPIJ"}},
-     300, "TERNARY_NEB: WHATs WRONG WITH INTERSIZE"},
-    {"ZBLPOTL", zblpotl_mapij, zblpotl_selects, setup_prms_for_zblpotl, zblpotl_cutoff_squared,
-     zblpotl_call, [](const Engine& e) { return e.families.zblpotl.zblpotl_idnum; },
-     {{kAg, kC, 1, 4.0}, {kFe, kC, 2, 3.59}, {kMg, kC, 3, 4.0}, {kO, kC, 4, 4.0},
-      {kAu, kC, 5, 4.0}, {kNi, kC, 6, 4.0}, {kAl, kC, 7, 4.0}, {kFe, kY, 8, 4.0},
-      {kFe, kO, 9, 4.0}, {kHe, kY, 10, 4.0}},
+      {kSi, kFe, "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"}}, 60, "MORSEPT_NEB: NEBTOT > INTERSIZE"},
+    {FAMILY(TERNARY, ternary), {{kFe, kFe, 1, 5.18}, {kNi, kNi, 2, 5.18}, {kCr, kCr, 3, 5.18},
+      {kFe, kNi, 4, 5.18}, {kFe, kCr, 5, 5.18}, {kNi, kCr, 6, 5.18}},
+     {{kFe, kP, problems("TERNARY")}, {kCo, kNi, problems("TERNARY")}}, 300, wrong("TERNARY")},
+    {FAMILY(ZBLPOTL, zblpotl), {{kAg, kC, 1, 4.0}, {kFe, kC, 2, 3.59}, {kMg, kC, 3, 4.0}, {kO, kC, 4, 4.0},
+      {kAu, kC, 5, 4.0}, {kNi, kC, 6, 4.0}, {kAl, kC, 7, 4.0}, {kFe, kY, 8, 4.0}, {kFe, kO, 9, 4.0},
+      {kHe, kY, 10, 4.0}},
      {{kFe, kAg, "ZBLPOTL_MAPIJ: Fe-Ag interaction is not implemented"},
       {kAg, kFe, "ZBLPOTL_MAPIJ: Ag-Fe interaction is not implemented"},
       {kC, kC, "ZBLPOTL_MAPIJ: C-C interaction is not implemented"},
-      {kFe, kFe, kZblpotlOther}, {kCu, kC, kZblpotlOther}, {kAg, kAu, kZblpotlOther}},
-     60, "ZBLPOTL_NEB: WHATs WRONG WITH INTERSIZE"},
+      {kFe, kFe, kZblpotlOther}, {kCu, kC, kZblpotlOther}, {kAg, kAu, kZblpotlOther}}, 60, wrong("ZBLPOTL")},
 };
+#undef FAMILY
 // clang-format on
 
 // The mappers, cut-offs and set-up numbers; then two selected atoms 2 A apart, atom 0 listing
@@ -152,20 +179,16 @@ const std::vector<Family> kFamilies = {
 // pair stops the mapper, and a whole call when both its elements are selected.
 TEST_F(Families, MappersCutOffsBondListCapacityAndRefusals) {
     const auto call = [](const Family& f, int32_t za, int32_t zb, int32_t listed) {
-        Engine engine = line_engine({za, zb}, {0.0, 2.0}, listed);
+        Engine engine = dimer(za, zb, 2.0, listed);
         f.setup(engine, 1);
-        testing::internal::CaptureStdout();  // TERNARY densities beyond the embedding tables
-        std::string line = nrerror_line([&] { f.call(engine); });
-        testing::internal::GetCapturedStdout();
-        return line;
+        return nrerror_line([&] { f.call(engine); });
     };
     for (const Family& f : kFamilies) {
         Engine engine;
         f.setup(engine, 3);
         EXPECT_EQ(f.idnum(engine), 3) << f.name;
         for (const auto& [za, zb, type, cutoff] : f.types) {
-            EXPECT_EQ(f.mapij(za, zb), type) << f.name << " " << za << "-" << zb;
-            EXPECT_EQ(f.mapij(zb, za), type) << f.name << " " << zb << "-" << za;
+            EXPECT_TRUE(f.mapij(za, zb) == type && f.mapij(zb, za) == type) << f.name << type;
             EXPECT_NEAR(f.cutoff2(engine, zb, za), cutoff * cutoff, 1e-12) << f.name << " " << type;
             EXPECT_TRUE(f.selects(za) && f.selects(zb)) << f.name << " " << type;
         }
@@ -196,26 +219,26 @@ void read_ternary_table(const std::string& file) {
 TEST_F(Families, TableFilesAreReadUpToTheirPointLimitsAndBadFilesNamed) {
     const auto morlist = set_up<setup_prms_for_morlist>, acklist = set_up<setup_prms_for_acklist>,
                ternary = set_up<setup_prms_for_ternary>, ternary_table = read_ternary_table;
-    const std::string short_file = "3\n1.0 2.0 0.0\n2.0 3.0 0.0\n";
-    const std::string too_many_morlist = "10001\n", too_many_ternary = "120001\n0.0 0.0\n";
+    const std::string short_file = "3\n1.0 2.0 0.0\n2.0 3.0 0.0\n", too_many = "10001\n";
     const std::string morlist_limit = " nrerror: SETUP_PFE_MORLIST_PRMS: NDATA > MORLIST_MAXNDATA";
+    // set-up, file, its text ("" removes it), the expected start or piece of the stop
     const std::vector<
         std::tuple<void (*)(const std::string&), std::string, std::string, std::string>>
         cases = {
-            // set-up, file, its text ("" removes it), the expected start or piece of the stop
-            {morlist, kPP, sampled_table(10000, 1.5, 5.0, cubic, cubic_slope), "no stop"},
-            {morlist, kPP, too_many_morlist, morlist_limit},
-            {morlist, kPFe, too_many_morlist, morlist_limit},
+            {morlist, kPP, sampled_table(10000, 1.5, 5.0), "no stop"},
+            {morlist, kPP, too_many, morlist_limit},
+            {morlist, kPFe, too_many, morlist_limit},
             {morlist, kPFe, "", "PFe_pw_for_potfor_morlist.IN"},
             {morlist, kPP, short_file, "PP_pw_for_potfor_morlist.IN line 4: expected"},
             {acklist, kAckTable, "", "FeFe_pw_for_potfor_acklist.IN"},
             {acklist, kAckTable, short_file, "FeFe_pw_for_potfor_acklist.IN line 4: expected"},
             {ternary, "pFeCr.IN", "", "pFeCr.IN"},
             {ternary, "pNiCr.IN", short_file, "pNiCr.IN line 4: expected"},
-            {ternary, "rhoCr.IN", sampled_table(60, 1.0, 5.5, cubic),
-             "rhoCr.IN line 1: holds 60 points, fewer than the 61"},
-            {ternary_table, "big.IN", sampled_table(120000, 0.0, 1.0, cubic), "no stop"},
-            {ternary_table, "big.IN", too_many_ternary,
+            {ternary, "rhoCr.IN", sampled_table(60, 1.0, 5.5),
+             "rhoCr.IN line 1: holds 60 points, "
+             "fewer than the 61"},
+            {ternary_table, "big.IN", sampled_table(120000, 0.0, 1.0), "no stop"},
+            {ternary_table, "big.IN", "120001\n0.0 0.0\n",
              "big.IN line 1: holds 120001 points, more than the 120000"},
         };
     for (const auto& [setup, file, text, expected] : cases) {
@@ -237,16 +260,15 @@ TEST_F(Families, PairTablesFollowTheCubicTheySampleFromFirstToLastDistanceAndIro
     setup_prms_for_morlist(engine, 1);
     setup_prms_for_acklist(engine, 1);
     const MorlistState& morlist = engine.families.morlist;
+    const std::string below = " nrerror: ACKL_INTERACT: RLIJ < 0.2";
     const std::vector<std::tuple<std::function<PairValue(double)>, double, double, std::string>>
         tables = {
-            {[&](double r) { return morlist_pair(morlist, 1, r); }, 1.5, 5.0,
-             " nrerror: ACKL_INTERACT: RLIJ < 0.2"},
-            {[&](double r) { return morlist_pair(morlist, 2, r); }, 1.2, 4.0,
-             " nrerror: ACKL_INTERACT: RLIJ < 0.2"},
+            {[&](double r) { return morlist_pair(morlist, 1, r); }, 1.5, 5.0, below},
+            {[&](double r) { return morlist_pair(morlist, 2, r); }, 1.2, 4.0, below},
             {[&](double r) { return acklist_bond_pair(engine.families.acklist, 1, r); }, 1.0, 3.6,
              " nrerror:  ACKL_INTERACT: RLIJ < 0.2"},
         };
-    for (const auto& [pair, first, last, below] : tables) {
+    for (const auto& [pair, first, last, stop] : tables) {
         for (int k = 0; k <= 37; ++k) {
             const double r = k == 37 ? last : first + k * (last - first) / 37;
             EXPECT_NEAR(pair(r).v, cubic(r), 1e-12) << r;
@@ -254,7 +276,7 @@ TEST_F(Families, PairTablesFollowTheCubicTheySampleFromFirstToLastDistanceAndIro
         }
         const PairValue beyond = pair(std::nextafter(last, 10.0));
         EXPECT_TRUE(beyond.v == 0.0 && beyond.f == 0.0) << last;
-        EXPECT_EQ(nrerror_line([&] { pair(std::nextafter(first, 0.0)); }), below);
+        EXPECT_EQ(nrerror_line([&] { pair(std::nextafter(first, 0.0)); }), stop);
     }
     for (int k = 1; k < 3; ++k) {
         setup_prms_for_acklist(engine, 1);
@@ -263,35 +285,20 @@ TEST_F(Families, PairTablesFollowTheCubicTheySampleFromFirstToLastDistanceAndIro
     }
 }
 
-// Fe 0 and Ni 1 2.5 A apart, Cr 2 exactly at the cut-off 5.18 A beyond Ni: iron embeds the
-// nickel density 3, nickel the iron density 1, chromium none.
-TEST_F(Families, TernaryDensityOfAnAtomComesFromItsNeighboursElements) {
-    Engine engine = line_engine({kFe, kNi, kCr}, {0.0, 2.5, 2.5 + 5.18});
-    setup_prms_for_ternary(engine, 1);
-    ternary_call(engine);
-    EXPECT_EQ(engine.atoms.pe, (std::vector<double>{1 * (9 + 1), 2 * (1 + 1), 3 * (0 + 1)}));
-    for (double f : engine.ff.fx)
-        EXPECT_NEAR(f, 0.0, 1e-12);
-}
-
 // Energies per atom and the force on atom 1 (on the +x side) of two iron atoms, computed by hand
 // from the published knots and densities (E_i = V / 2 - sqrt(rho)) and, below 1 A, from the
 // screened repulsion with the square-root screening length 0.88534 a0 / sqrt(2 x 26^0.23).
 TEST(Ackland, IronDimerCarriesHalfItsPairTermAndItsOwnEmbedding) {
     for (const auto& [r, pe, force] : {std::tuple{2.5, -1.3689123605029185, -1.448332928100605},
                                        std::tuple{0.8, 605.219143344154, 4076.829413766425}}) {
-        Engine engine = line_engine({kFe, kFe}, {0.0, r});
+        Engine engine = dimer(kFe, kFe, r);
         setup_prms_for_ackland(engine, 1);
         ackland_call(engine);
-        for (int a = 0; a < 2; ++a)
-            EXPECT_NEAR(engine.atoms.pe[a], pe, 1e-13 * std::abs(pe)) << r;
+        EXPECT_NEAR(engine.atoms.pe[0], pe, 1e-13 * std::abs(pe)) << r;
+        EXPECT_NEAR(engine.atoms.pe[1], pe, 1e-13 * std::abs(pe)) << r;
         EXPECT_NEAR(engine.ff.fx[1], force, 1e-12 * std::abs(force)) << r;
         EXPECT_NEAR(engine.ff.fx[0], -force, 1e-12 * std::abs(force)) << r;
     }
-}
-
-bool same_bits(double a, double b) {
-    return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 // Many distances at once give the bits of one at a time, for every pair type, every start and
@@ -304,8 +311,8 @@ TEST(Ackland, KnotSumsOfManyDistancesAreThoseOfOneAtATime) {
     std::vector<double> r{2.5, 5.3, 1e100, -1e101, std::nan(""), 1e-300};
     for (int k = 0; k < 34; ++k)
         r.push_back(0.9 + 0.137 * k);
-    for (std::size_t t = 0; t < 3; ++t) {
-        for (std::size_t from = 0; from < 9; ++from) {
+    for (std::size_t t = 0; t < 3; ++t)
+        for (std::size_t from = 0; from < 9; ++from)
             for (std::size_t count = 0; from + count <= r.size(); ++count) {
                 std::vector<double> cubes(count, -1.0), squares(count, -1.0);
                 cubic_knot_sums_many(state.rs[t].data(), state.as[t].data(), kAcklandPairKnots,
@@ -313,13 +320,113 @@ TEST(Ackland, KnotSumsOfManyDistancesAreThoseOfOneAtATime) {
                 for (std::size_t b = 0; b < count; ++b) {
                     double c = 0.0, q = 0.0;
                     cubic_knot_sums(state.rs[t], state.as[t], r[from + b], c, q);
-                    EXPECT_TRUE(same_bits(cubes[b], c) && same_bits(squares[b], q))
-                        << "type " << t + 1 << " from " << from << " count " << count << " r "
-                        << r[from + b];
+                    EXPECT_TRUE(std::memcmp(&cubes[b], &c, sizeof c) == 0 &&
+                                std::memcmp(&squares[b], &q, sizeof q) == 0)
+                        << "type " << t + 1 << " from " << from << " count " << count;
                 }
             }
+}
+
+// Springs V = (r - r0)^2: Fe-Fe (type 1, cut-off 2.5, r0 1.2) and Fe-He (type 2, cut-off 2.0,
+// r0 0.8). Anything else is refused by the mapper.
+template <double B, double F, bool AllAtoms>
+struct SpringFamily {
+    static constexpr std::string_view overflow_message = "SPRING_NEB: NEBTOT > INTERSIZE";
+    static constexpr double bond_capacity = B;
+    static constexpr double safety_factor = F;
+    static constexpr bool counts_all_atoms = AllAtoms;
+    static constexpr bool stores_type = true;
+    static constexpr bool stores_smoothing = false;
+
+    std::vector<std::pair<int32_t, int32_t>> interact_calls;
+
+    int32_t idnum() const { return 1; }
+    bool selects(int32_t z) const { return z == kFe || z == kHe; }
+    int32_t mapij(int32_t za, int32_t zb) const {
+        if (!selects(za) || !selects(zb) || za + zb == 2 * kHe)
+            nrerror("SPRING_MAPIJ: unsupported pair");
+        return za + zb == 2 * kFe ? 1 : 2;
+    }
+    double conrh2(int32_t t) const { return t == 1 ? 6.25 : 4.0; }
+    void smoothing(int32_t, double, double& f, double& df) const { f = df = 0.0; }
+    void interact(Engine& engine, int32_t m, int32_t i) {
+        interact_calls.emplace_back(m, i);
+        const BondList& bonds = engine.ff.bonds;
+        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
+            const int32_t j = bonds.neb[b];
+            if (j < i)
+                continue;  // each pair once, from the lower atom index
+            const double stretch = bonds.bndlen[b] - (bonds.bndtyp[b] == 1 ? 1.2 : 0.8);
+            add_pair_terms(engine, i, j, stretch * stretch, 2.0 * stretch, bonds.bndxnm[b],
+                           bonds.bndynm[b], bonds.bndznm[b]);
         }
     }
+};
+
+// Eight local atoms in a periodic box of 10 A (image codes 9, 3 and 1 shift by +10 along x, y
+// and z; their negatives back):
+//   0 Fe (0, 0, 0)       1 Fe (2.5, 0, 0): exactly at the Fe-Fe cut-off from 0
+//   2 He (0, 1.5, 0)     3 He (0, -1, 0): He-He belongs to another potential
+//   4 Cu (1, 1, 0): another potential, which the mapper would refuse
+//   5 Fe (9, 0, 0), 6 Fe (0, 9, 0), 7 Fe (0, 0, 8.7): 1, 1 and 1.3 A from 0 through an image
+// The lists are full: every pair from both sides, pairs out of range or not ours included.
+template <class Family>
+std::string evaluate_springs(Engine& engine, Family& family) {
+    engine.atoms.anum = {kFe, kHe, kCu};
+    auto& ff = engine.ff;
+    ff.rx = {0.0, 2.5, 0.0, 0.0, 1.0, 9.0, 0.0, 0.0};
+    ff.ry = {0.0, 0.0, 1.5, -1.0, 1.0, 0.0, 9.0, 0.0};
+    ff.rz = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 8.7};
+    ff.specie = {0, 0, 1, 1, 2, 0, 0, 0};
+    ff.potnum.assign(3, 2);
+    ff.potnum(0, 0) = ff.potnum(0, 1) = ff.potnum(1, 0) = 1;
+    for (const int s : {-1, 1}) {
+        ff.xofset[kImageOffsetCentre + 9 * s] = ff.yofset[kImageOffsetCentre + 3 * s] = 10.0 * s;
+        ff.zofset[kImageOffsetCentre + s] = 10.0 * s;
+    }
+    // clang-format off
+    set_neighbour_lists(engine, {{{1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 9}, {6, 3}, {7, 1}},
+        {{0, 0}, {2, 0}}, {{0, 0}, {1, 0}, {3, 0}}, {{0, 0}, {2, 0}}, {{0, 0}}, {{0, -9}}, {{0, -3}},
+        {{0, -1}}});
+    // clang-format on
+    engine.atoms.mylt = 8;
+    engine.atoms.pe.assign(8, 7.0);
+    const std::string line = nrerror_line([&] { evaluate_family(engine, family); });
+    EXPECT_EQ(family.interact_calls.empty(), line != "no stop");  // stops before any atom
+    return line;
+}
+template <class Family>
+std::string spring_stop() {
+    Engine engine;
+    Family family;
+    return evaluate_springs(engine, family);
+}
+
+// Seven selected atoms, ten bonds counted from both sides: B x F = 1.5 gives room for 10; a
+// bond past the capacity stops, counted over the selected atoms or over all.
+TEST(FamilyContract, BondsWithinTheStrictCutOffThroughEveryImageAxisHalfEnergiesBalancedForces) {
+    Engine engine;
+    SpringFamily<1.5, 1.0, false> family;
+    EXPECT_EQ(evaluate_springs(engine, family), "no stop");
+    EXPECT_EQ(family.interact_calls, (std::vector<std::pair<int32_t, int32_t>>{
+                                         {0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 5}, {5, 6}, {6, 7}}));
+    EXPECT_TRUE(engine.ff.bonds.neb.empty());  // the bond list does not outlive the evaluation
+    // Stretches: 0-2 0.7, 0-3 0.2, 0-5 -0.2, 0-6 -0.2, 0-7 0.1; each energy split between two.
+    // Stretched springs pull their ends together, compressed ones push the images apart.
+    const std::vector<std::vector<double>> want = {{7.0 + 0.5 * (0.49 + 0.04 + 0.04 + 0.04 + 0.01),
+                                                    7.0, 7.0 + 0.245, 7.02, 7.0, 7.02, 7.02, 7.005},
+                                                   {0.4, 0, 0, 0, 0, -0.4, 0, 0},
+                                                   {1.4, 0, -1.4, 0.4, 0, 0, -0.4, 0},
+                                                   {-0.2, 0, 0, 0, 0, 0, 0, 0.2}};
+    const std::vector<double>* got[] = {&engine.atoms.pe, &engine.ff.fx, &engine.ff.fy,
+                                        &engine.ff.fz};
+    for (std::size_t k = 0; k < 4; ++k)
+        for (std::size_t a = 0; a < 8; ++a)
+            EXPECT_NEAR(got[k]->at(a), want[k][a], 1e-14) << k << " atom " << a;
+    const std::string overflow = " nrerror: SPRING_NEB: NEBTOT > INTERSIZE";
+    EXPECT_EQ((spring_stop<SpringFamily<1.4, 1.0, false>>()), overflow);  // trunc(9.8)
+    EXPECT_EQ((spring_stop<SpringFamily<1.0, 1.4, false>>()), overflow);
+    EXPECT_EQ((spring_stop<SpringFamily<1.25, 1.0, true>>()), "no stop");  // over all 8 atoms
 }
 
 }  // namespace

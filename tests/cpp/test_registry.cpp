@@ -1,5 +1,6 @@
-// The potential registry: reading "potfor.IN", numbering the potentials, dispatching set-up
-// and cut-off queries through a catalogue of recording families.
+// The potential registry (reading "potfor.IN", numbering the potentials, dispatching set-up
+// and cut-off queries), the evaluation of the listed potentials and the force-call driver, each
+// through a catalogue of recording families.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +13,12 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
+#include "force_call_support.hpp"
+#include "interaction/cells.hpp"
+#include "interaction/evaluation.hpp"
+#include "interaction/neighbour_list.hpp"
 #include "interaction/registry.hpp"
+#include "interface/driver.hpp"
 #include "potentials/catalogue.hpp"
 #include "scratch_dir.hpp"
 
@@ -23,7 +29,10 @@ std::vector<std::string> call_log;  // calls of the recording families, in order
 constexpr std::string_view kRecorded[] = {"ACKLAND", "HeFePOT", "HeHePOT", "MEAM", "LONG", "Qeq"};
 
 // Set-up records the keyword, the potential number and whether the electrostatics set-up ran
-// before; the squared cut-off is 100 Za + Zb + the row number.
+// before; the squared cut-off is 4 + the row number between like atoms, else 100 Za + Zb + the
+// row number; evaluation records the keyword, whether the electrostatics ran, the pe of atom 0
+// on entry and the list entries, and adds 1 to every pe and push[i] to the fx of atom i.
+std::vector<double> push;
 template <int Row>
 void record_setup(Engine& engine, int32_t k) {
     call_log.push_back(std::string(kRecorded[Row]) + " " + std::to_string(k) +
@@ -32,11 +41,19 @@ void record_setup(Engine& engine, int32_t k) {
 template <int Row>
 double record_cutoff(Engine&, int32_t za, int32_t zb) {
     call_log.push_back(std::string(kRecorded[Row]) + " cutoff");
-    return 100.0 * za + zb + Row;
+    return (za == zb ? 4.0 : 100.0 * za + zb) + Row;
 }
-void no_evaluation(Engine&) {}
 template <int Row>
-constexpr FamilyOps kOps{record_setup<Row>, record_cutoff<Row>, no_evaluation};
+void record_evaluation(Engine& engine) {
+    call_log.push_back(std::string(kRecorded[Row]) +
+                       (engine.electrostatics.elecfirstcall ? "" : " elec") + " pe " +
+                       std::to_string(engine.atoms.pe.at(0)) + " list " +
+                       std::to_string(engine.ff.nebpnt.at(engine.atoms.mylt)));
+    for (int32_t i = 0; i < engine.atoms.mylt; ++i)
+        engine.atoms.pe[i] += 1.0, engine.ff.fx[i] += push.at(static_cast<std::size_t>(i));
+}
+template <int Row>
+constexpr FamilyOps kOps{record_setup<Row>, record_cutoff<Row>, record_evaluation<Row>};
 constexpr KeywordRow kTestCatalogue[] = {
     {"ACKLAND", "ackland", &kOps<0>},   {"HeFePOT", "hefepotl", &kOps<1>},
     {"HeHePOT", "hehepotl", &kOps<2>},  {"MEAM", "meam", &kOps<3>},
@@ -60,12 +77,19 @@ std::vector<std::string> padded(std::vector<std::string> keywords) {
     return keywords;
 }
 
+// The message of the nrerror stop thrown by `action`, without its " nrerror: " prefix.
+template <class Action>
+std::string stop_message(Action action) {
+    const std::string line = test_support::stop_of(action).first();
+    return line.rfind(" nrerror: ", 0) == 0 ? line.substr(10) : line;
+}
+
 // Potentials are numbered in the order their species pairs are first met (row by row), a
 // record sets both orders of its pair, a later record wins, records of absent species or in
 // the wrong case change nothing, a repeated symbol receives its records; each potential is set
 // up once, in number order, after the electrostatics; cut-off queries reach the pair's family
 // with the atomic numbers of species i and j.
-TEST(Registry, NumbersPotentialsBySpeciesPairAndSetsThemUpInOrder) {
+TEST(Registry, NumbersPotentialsBySpeciesPairSetsThemUpInOrderAndKeepsTheRecords) {
     test_support::ScratchDir dir;
     const struct {
         std::vector<std::string> symbols;
@@ -73,18 +97,15 @@ TEST(Registry, NumbersPotentialsBySpeciesPairAndSetsThemUpInOrder) {
         std::vector<std::string> potlst;
         std::vector<int32_t> potnum;
     } cases[] = {
-        {{"Fe", "He"},
-         "Fe Fe ACKLAND\n'Fe', He HeFePOT\nHe He HeHePOT\n",
-         {"ACKLAND", "HeFePOT", "HeHePOT"},
-         {1, 2, 2, 3}},
-        {{"He", "Fe"},
-         "He Fe HeFePOT\nFe Fe ACKLAND\nHe He HeHePOT\n",
-         {"HeHePOT", "HeFePOT", "ACKLAND"},
-         {1, 2, 2, 3}},
+        // clang-format off
+        {{"Fe", "He"}, "Fe Fe ACKLAND\n'Fe', He HeFePOT\nHe He HeHePOT\n",
+         {"ACKLAND", "HeFePOT", "HeHePOT"}, {1, 2, 2, 3}},
+        {{"He", "Fe"}, "He Fe HeFePOT\nFe Fe ACKLAND\nHe He HeHePOT\n",
+         {"HeHePOT", "HeFePOT", "ACKLAND"}, {1, 2, 2, 3}},
         {{"Fe", "He", "Fe"},
          "He He HeHePOT\nFe He MEAM\nHe Fe HeFePOT\nXe Xe MEAM\nFE FE MEAM\nFe Fe ACKLAND\n",
-         {"ACKLAND", "HeFePOT", "HeHePOT"},
-         {1, 2, 1, 2, 3, 2, 1, 2, 1}},
+         {"ACKLAND", "HeFePOT", "HeHePOT"}, {1, 2, 1, 2, 3, 2, 1, 2, 1}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         Engine engine = fresh_engine();
@@ -102,22 +123,44 @@ TEST(Registry, NumbersPotentialsBySpeciesPairAndSetsThemUpInOrder) {
                 EXPECT_EQ(engine.registry.potype(i, j),
                           padded(c.potlst)[static_cast<std::size_t>(engine.ff.potnum(i, j) - 1)]);
     }
+    // Charge equilibration pairs answer 8 A without asking a family; an unknown keyword stops.
     Engine engine = fresh_engine();
-    setup(engine, {"Fe", "He"}, dir.path("potfor.IN"));
+    setup(engine, {"Fe", "He"},
+          dir.write("potfor.IN", "t\nc\n3\nFe Fe Qeq\nFe He HeFePOT\nHe He HeHePOT\n"));
     const std::vector<int32_t> anum{26, 2};
     call_log.clear();
     EXPECT_EQ(cutoff_distance_squared(engine, anum, 1, 0), 100.0 * 2 + 26 + 1);
     EXPECT_EQ(cutoff_distance_squared(engine, anum, 0, 1), 100.0 * 26 + 2 + 1);
-    EXPECT_DOUBLE_EQ(sd_cutoff_distance(engine, anum, 1, 1, 0.3), std::sqrt(202.0 + 2) + 0.3);
+    EXPECT_DOUBLE_EQ(sd_cutoff_distance(engine, anum, 1, 1, 0.3), std::sqrt(4.0 + 2) + 0.3);
+    EXPECT_EQ(cutoff_distance_squared(engine, anum, 0, 0), 64.0);
+    EXPECT_EQ(sd_cutoff_distance(engine, anum, 0, 0, 0.3), 8.0 + 0.3);
     EXPECT_EQ(call_log,
               (std::vector<std::string>{"HeFePOT cutoff", "HeFePOT cutoff", "HeHePOT cutoff"}));
-}
-
-// The message of the nrerror stop thrown by `action`, without its " nrerror: " prefix.
-template <class Action>
-std::string stop_message(Action action) {
-    const std::string line = test_support::stop_of(action).first();
-    return line.rfind(" nrerror: ", 0) == 0 ? line.substr(10) : line;
+    engine.registry.potype(1, 1) = "UNBUILT     ";
+    EXPECT_EQ(stop_message([&] { cutoff_distance_squared(engine, anum, 1, 1); }),
+              "CUT_OFF_DISTANCE_SQUARED: POTYPE is unknown");
+    EXPECT_EQ(stop_message([&] { sd_cutoff_distance(engine, anum, 1, 1, 0.3); }),
+              "SD_CUTOFF_DISTANCE: POTYPE is unknown");
+    // The file is read once per engine: finalise releases the per-call arrays (not the
+    // force-field state, not the counters) and the next set-up rebuilds from the stored
+    // records, file or not.
+    engine.neighbours.radius.assign(2, 1.0);
+    engine.atoms.pe.assign(2, 1.0);
+    engine.ff.fx.assign(2, 1.0);
+    potfor_finalise(engine);
+    const auto& registry = engine.registry;
+    EXPECT_FALSE(registry.allocated || registry.potype.allocated() ||
+                 engine.ff.potnum.allocated() || engine.neighbours.radius.allocated());
+    EXPECT_TRUE(registry.potlst.empty() && engine.atoms.pe.empty());
+    EXPECT_EQ(engine.ff.fx.size(), 2u);
+    EXPECT_EQ(registry.num_pots, 3);
+    std::filesystem::remove(dir.path("potfor.IN"));
+    call_log.clear();
+    setup(engine, {"He"}, dir.path("potfor.IN"));
+    EXPECT_EQ(registry.potlst, padded({"HeHePOT"}));
+    EXPECT_EQ(call_log, std::vector<std::string>{"HeHePOT 1 after-electrostatics"});
+    setup(engine, {"He", "Fe"}, dir.path("potfor.IN"));  // without finalise in between
+    EXPECT_EQ(registry.potlst, padded({"HeHePOT", "HeFePOT", "Qeq"}));
 }
 
 // A keyword is matched on its first twelve characters, case and all, and named in full in the
@@ -143,12 +186,11 @@ TEST(Registry, UnknownKeywordsAndTooManyPotentialsStop) {
                   }),
                   "SETUP_INTERACTION_PARAMETERS: POTLST= " + padded({entry})[0] + " is unknown")
             << body;
+        if (body == cases[0].first) {
+            EXPECT_EQ(call_log, std::vector<std::string>{"MEAM 1 after-electrostatics"});
+        }
     }
     EXPECT_EQ(engine.registry.nlines_potforin, -2);
-    engine = fresh_engine();
-    const auto first = dir.write("potfor.IN", "t\nc\n" + cases[0].first);
-    test_support::stop_of([&] { setup(engine, {"Fe", "He"}, first); });
-    EXPECT_EQ(call_log, std::vector<std::string>{"MEAM 1 after-electrostatics"});
 
     // Ten species give 55 unordered pairs; pair p (row by row) gets keyword K<min(p, last)>,
     // so `last` + 1 distinct keywords are in use.
@@ -172,49 +214,146 @@ TEST(Registry, UnknownKeywordsAndTooManyPotentialsStop) {
     EXPECT_FALSE(engine.registry.read_potforin);
 }
 
-// The file is read once per engine: finalise releases the per-call arrays (not the force-field
-// state, not the counters) and the next set-up rebuilds from the stored records, file or not.
-TEST(Registry, FileIsReadOncePerEngineAndFinaliseReleasesThePerCallArrays) {
-    test_support::ScratchDir dir;
-    Engine engine = fresh_engine();
-    const auto path =
-        dir.write("potfor.IN", "t\nc\n3\nFe Fe ACKLAND\nFe He HeFePOT\nHe He HeHePOT\n");
-    setup(engine, {"Fe", "He"}, path);
-    engine.neighbours.radius.assign(2, 1.0);
-    engine.atoms.pe.assign(2, 1.0);
-    engine.ff.fx.assign(2, 1.0);
-    potfor_finalise(engine);
-    const auto& registry = engine.registry;
-    EXPECT_FALSE(registry.allocated || registry.potype.allocated() ||
-                 engine.ff.potnum.allocated() || engine.neighbours.radius.allocated());
-    EXPECT_TRUE(registry.potlst.empty() && engine.atoms.pe.empty());
-    EXPECT_EQ(engine.ff.fx.size(), 2u);
-    EXPECT_EQ(registry.num_pots, 3);
-    std::filesystem::remove(path);
+// A 10 A box holding the records, with the recording families in the given order, the
+// neighbour set-up done and the electrostatics set up without settings files.
+Engine make_engine(const std::vector<AtomRecord>& records, const std::vector<std::string>& potlst,
+                   int32_t pbc) {
+    Engine engine;
+    engine.catalogue = kTestCatalogue;
+    engine.config.pbcx = engine.config.pbcy = engine.config.pbcz = pbc;
+    engine.config.multipole_flag = 1;
+    engine.atoms.lx = engine.atoms.ly = engine.atoms.lz = 10.0;
+    engine.atoms.mylt = static_cast<int32_t>(records.size());
+    engine.atoms.numel = 1;
+    engine.atoms.anum = {26};
+    engine.registry.pot_numprocs = 1;
+    engine.registry.potype.assign(1, potlst.front());
+    engine.registry.potlst = potlst;
+    engine.registry.num_pots = static_cast<int32_t>(potlst.size());
+    define_myprocess_boundaries(engine);
+    double range = 0.0;
+    setup_nebour_parameters(engine, range);
+    setup_prms_for_electrostatics(engine);
     call_log.clear();
-    setup(engine, {"He"}, path);
-    EXPECT_EQ(registry.potlst, padded({"HeHePOT"}));
-    EXPECT_EQ(call_log, std::vector<std::string>{"HeHePOT 1 after-electrostatics"});
-    setup(engine, {"He", "Fe"}, path);  // without finalise in between
-    EXPECT_EQ(registry.potlst, padded({"HeHePOT", "HeFePOT", "ACKLAND"}));
+    push = {2.0, 2.0, 2.0};
+    return engine;
 }
 
-// Charge equilibration pairs answer 8 A without asking a family; an unknown keyword stops.
-TEST(Registry, CutoffQueriesOfChargeEquilibrationAndUnknownKeywords) {
-    test_support::ScratchDir dir;
-    Engine engine = fresh_engine();
-    setup(engine, {"Fe", "O_"},
-          dir.write("potfor.IN", "t\nc\n3\nFe Fe Qeq\nFe O_ Qeq\nO_ O_ ACKLAND\n"));
-    const std::vector<int32_t> anum{26, 8};
-    call_log.clear();
-    EXPECT_EQ(cutoff_distance_squared(engine, anum, 0, 1), 64.0);
-    EXPECT_EQ(sd_cutoff_distance(engine, anum, 1, 0, 0.3), 8.0 + 0.3);
-    EXPECT_TRUE(call_log.empty());
-    engine.registry.potype(1, 1) = "UNBUILT     ";
-    EXPECT_EQ(stop_message([&] { cutoff_distance_squared(engine, anum, 1, 1); }),
-              "CUT_OFF_DISTANCE_SQUARED: POTYPE is unknown");
-    EXPECT_EQ(stop_message([&] { sd_cutoff_distance(engine, anum, 1, 1, 0.3); }),
-              "SD_CUTOFF_DISTANCE: POTYPE is unknown");
+// A record of species 0 at (x, y, z) with lattice type `latyp` (free unless 0).
+AtomRecord atom(int32_t id, double x, double y, double z, int32_t latyp = 1) {
+    return {id, 0, x, y, z, latyp};
+}
+
+// Electrostatics, then each listed potential once in list order on cleared arrays with the list
+// built (atoms 1 and 2 are 1.5 A apart across the x face); folded positions go back into the
+// records and the list is released. A keyword not known or not built stops the evaluation
+// after the potentials before it ran.
+TEST(Evaluation, SinglePointRunsEveryListedPotentialOnceAndFoldsPositions) {
+    std::vector<AtomRecord> records = {atom(1, -1.0, 5.0, 12.5), atom(2, 0.5, 5.0, 2.0),
+                                       atom(3, 5.0, 5.0, 5.0, 0)};
+    Engine engine = make_engine(records, {"HeFePOT", "ACKLAND"}, 1);
+    engine.atoms.pe = {7.0, 7.0, 7.0};  // stale values from an earlier call
+    single_point_evaluation(engine, records);
+    EXPECT_EQ(call_log, (std::vector<std::string>{"HeFePOT elec pe 0.000000 list 2",
+                                                  "ACKLAND elec pe 1.000000 list 2"}));
+    EXPECT_EQ(engine.atoms.pe, std::vector<double>({2.0, 2.0, 2.0}));
+    EXPECT_EQ(engine.ff.fx, std::vector<double>({4.0, 4.0, 4.0}));
+    EXPECT_EQ(std::vector<double>({records[0].x, records[0].z, records[1].x}),
+              std::vector<double>({9.0, 2.5, 0.5}));
+    EXPECT_TRUE(engine.cells.celatm.empty() && engine.ff.nebpnt.empty() &&
+                engine.ff.nebour.empty() && engine.ff.pbctyp.empty());
+    EXPECT_EQ(engine.neighbours.nlstmx, 6000);
+
+    for (const std::string keyword : {"NOPE", "UNBUILT"}) {
+        engine = make_engine(records, {"ACKLAND", keyword}, 0);
+        EXPECT_EQ(
+            test_support::stop_of([&] { single_point_evaluation(engine, records); }).lines.at(0),
+            " nrerror: CALCULATE_INTERACTION: POTLST= " + keyword +
+                std::string(12 - keyword.size(), ' ') + " is unknown");
+        EXPECT_EQ(call_log.size(), 1u);
+    }
+}
+
+// The list is rebuilt when the two largest moves of free atoms together exceed the skin
+// (0.3 A), or an atom leaves the fixing limits; every call evaluates.
+TEST(Evaluation, UpdateForceRebuildsOnlyWhenNeeded) {
+    std::vector<AtomRecord> records = {atom(1, 2.0, 2.0, 2.0), atom(2, 4.0, 2.0, 2.0),
+                                       atom(3, 6.0, 6.0, 6.0, 0)};
+    Engine engine = make_engine(records, {"ACKLAND"}, 1);
+    const auto& state = engine.update;
+    const auto saved = [&] { return std::vector<double>{state.RXOLD[0], state.RYOLD[1]}; };
+    update_force(engine, records);  // the first call always builds
+    EXPECT_EQ(state.RXOLD, std::vector<double>({2.0, 4.0, 6.0}));
+    records[0].x += 0.2, records[1].y += 0.05, records[2].x += 1.0;  // 0.25: kept
+    update_force(engine, records);
+    EXPECT_EQ(saved(), std::vector<double>({2.0, 2.0}));
+    records[1].y += 0.06;  // 0.31: rebuilt
+    update_force(engine, records);
+    EXPECT_EQ(saved(), std::vector<double>({records[0].x, records[1].y}));
+    EXPECT_EQ(state.RXOLD[2], 7.0);
+    EXPECT_EQ(state.num_force_evals, 3);
+    EXPECT_EQ(call_log.size(), 3u);
+
+    records = {atom(1, -0.4, 2.0, 2.0), atom(2, 1.0, 2.0, 2.0)};
+    engine = make_engine(records, {"ACKLAND"}, 0);
+    engine.config.fixatomsoutside = true;
+    engine.config.latticeskin = 0.5;
+    testing::internal::CaptureStdout();
+    update_force(engine, records);
+    records[0].x = -0.6;  // leaves the limits by a move the skin test alone would accept
+    update_force(engine, records);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out.find("fixing atoms if:"), out.rfind("fixing atoms if:"));  // once
+    EXPECT_NE(out.find(" fixing atoms if: rx<"), std::string::npos);
+    EXPECT_NE(out.find("or rz>"), std::string::npos);
+    EXPECT_EQ(std::vector<double>({engine.update.INBOXXMIN, engine.update.INBOXYMAX,
+                                   engine.update.NEWYPOS, engine.update.RXOLD[0]}),
+              std::vector<double>({-0.5, 10.5, 100.0, -0.6}));
+}
+
+// The driver end to end: four Fe atoms along x at 1, 3, 5, 7 in a 10 A box, the first in the
+// fixed slab. Forces start at -1 so that atoms not reported keep it; of equal largest forces
+// the earlier atom is named; everything built for the call is released again.
+TEST(Driver, FixedAtomsStagingAndReportedAtoms) {
+    test_support::ScratchDir dir{true};
+    dir.write("pelix.IN", test_support::run_configuration_text(1));
+    dir.write("lattice.IN", "1\nFX 0.0 2.0\n0\n0\n");
+    dir.write("potfor.IN", "title\ncomment\n1\nFe Fe ACKLAND\n");
+    Engine engine;
+    engine.catalogue = kTestCatalogue;
+    const struct {
+        std::vector<int32_t> calc, main;
+        std::vector<double> push, fx;
+        int32_t maxforceatom;
+        double totalenergy;
+    } cases[] = {
+        {{}, {}, {5, 2, 2, 1}, {0, 2, 2, 1}, 1, 4.0},
+        {{3, 0}, {}, {4, 3}, {0, -1, -1, 4}, 3, 2.0},  // staging position 0 is atom 3
+        {{3, 0}, {0}, {4, 3}, {0, -1, -1, -1}, -1, 1.0},
+    };
+    for (const auto& c : cases) {
+        // clang-format off
+        test_support::WholeCall w{{0, 0, 0, 0}, {1, 5, 5, 3, 5, 5, 5, 5, 5, 7, 5, 5}, {0, 0, 0, 0},
+                                  {}, {9, 9, 9, 9}, {9, 9, 9, 9}, c.calc, c.main};
+        // clang-format on
+        push = c.push;
+        CalcForceCall call = w.call("Fe", 1, 10.0);
+        w.force.assign(12, -1.0);
+        CalcForceResult result;
+        calcforce(engine, call, result);
+        EXPECT_EQ(result.status, 0);
+        for (std::size_t a = 0; a < 4; ++a) {
+            EXPECT_EQ(w.force[3 * a], c.fx[a]) << a;
+            EXPECT_EQ(w.force[3 * a + 1], c.fx[a] == -1 ? -1 : 0) << a;
+        }
+        EXPECT_EQ(result.maxforceatom, c.maxforceatom);
+        if (c.maxforceatom >= 0) {
+            EXPECT_EQ(result.maxforce, c.fx[static_cast<std::size_t>(c.maxforceatom)]);
+        }
+        EXPECT_EQ(result.totalenergy, c.totalenergy);
+        EXPECT_FALSE(engine.atoms.list_allocated || engine.registry.allocated);
+        EXPECT_TRUE(engine.ff.fx.empty() && engine.ff.nebour.empty());
+    }
 }
 
 }  // namespace
