@@ -7,6 +7,7 @@
 #include <cmath>
 #include <numbers>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "electrostatics/dsf.hpp"
@@ -18,9 +19,8 @@ namespace {
 
 // The pair energy of both atoms together, written out with alpha = 0.15 and Rc = 15.
 double pair_energy(double qq, double r) {
-    const double a = std::erfc(2.25) / 15.0;
-    const double b =
-        std::erfc(2.25) / 225.0 + 0.3 / std::sqrt(std::numbers::pi) * std::exp(-5.0625) / 15.0;
+    const double a = std::erfc(2.25) / 15.0,
+                 b = a / 15.0 + 0.3 / std::sqrt(std::numbers::pi) * std::exp(-5.0625) / 15.0;
     return 14.39964485168457 * qq * (std::erfc(0.15 * r) / r - a + (r - 15.0) * b);
 }
 
@@ -29,12 +29,10 @@ Engine charged_atoms(const std::vector<std::array<double, 3>>& r, const std::vec
                      const std::vector<int32_t>& specie, std::vector<int32_t> anum = {8}) {
     Engine engine;
     engine.atoms.mylt = engine.sd.myltpnebs = static_cast<int32_t>(r.size());
-    engine.atoms.anum = std::move(anum);
+    engine.atoms.anum = std::move(anum), engine.ff.charg = q, engine.ff.specie = specie;
     ForceFieldState& ff = engine.ff;
     for (const auto& p : r)
         ff.rx.push_back(p[0]), ff.ry.push_back(p[1]), ff.rz.push_back(p[2]);
-    ff.charg = q;
-    ff.specie = specie;
     ff.fx = ff.fy = ff.fz = engine.atoms.pe = std::vector<double>(r.size(), 0.0);
     return engine;
 }
@@ -44,25 +42,20 @@ Engine charged_atoms(const std::vector<std::array<double, 3>>& r, const std::vec
 TEST(Dsf, TriangleLayerForcesAreMinusTheGradientOfTheEnergy) {
     const std::vector<std::array<double, 3>> r = {
         {0.0, 0.0, 0.0}, {2.1, 0.3, -0.4}, {-1.2, 3.3, 0.8}, {4.0, 5.1, 2.2}, {9.0, 12.0, 0.0}};
-    auto estimate = [](const std::vector<std::array<double, 3>>& at, double* energy = nullptr) {
+    auto estimate = [](const std::vector<std::array<double, 3>>& at) {
         Engine e = charged_atoms(at, {1.3, -2.0, 0.7, -0.4, 0.4}, std::vector<int32_t>(5, 0));
-        e.triangle_layer.tlayttriaatoms = {0, 1, 2, 3, 4};
-        e.triangle_layer.tlayttriacnt = 5;
+        e.triangle_layer.tlayttriaatoms = {0, 1, 2, 3, 4}, e.triangle_layer.tlayttriacnt = 5;
         tla_estimate_electrostatics(e);
-        if (energy)
-            *energy = std::accumulate(e.atoms.pe.begin(), e.atoms.pe.end(), 0.0);
-        return e;
+        const double energy = std::accumulate(e.atoms.pe.begin(), e.atoms.pe.end(), 0.0);
+        return std::make_pair(std::move(e), energy);
     };
-    const Engine engine = estimate(r);
+    const Engine engine = estimate(r).first;
+    const std::vector<double>* force[3] = {&engine.ff.fx, &engine.ff.fy, &engine.ff.fz};
     for (std::size_t k = 0; k < 3 * r.size(); ++k) {
         auto plus = r, minus = r;
-        plus[k / 3][k % 3] += 1e-5;
-        minus[k / 3][k % 3] -= 1e-5;
-        double up = 0.0, down = 0.0;
-        estimate(plus, &up), estimate(minus, &down);
-        const std::vector<double>* force[3] = {&engine.ff.fx, &engine.ff.fy, &engine.ff.fz};
-        EXPECT_NEAR((*force[k % 3])[k / 3], -(up - down) / 2e-5, 1e-6)
-            << "atom " << k / 3 << " axis " << k % 3;
+        plus[k / 3][k % 3] += 1e-5, minus[k / 3][k % 3] -= 1e-5;
+        const double slope = (estimate(plus).second - estimate(minus).second) / 2e-5;
+        EXPECT_NEAR((*force[k % 3])[k / 3], -slope, 1e-6) << "atom " << k / 3 << " axis " << k % 3;
     }
 }
 
@@ -73,11 +66,8 @@ TEST(Dsf, PotentialPassPairsOxygenAndYttriumOnceThroughImagesWithAStrictCutOff) 
     Engine engine = charged_atoms({{1, 5, 5}, {19, 5, 5}, {5, 5, 5}, {16, 5, 5}},
                                   {-2.0, 3.0, 1.0, -2.0}, {0, 1, 2, 0}, {8, 39, 26});
     ForceFieldState& ff = engine.ff;
-    ff.xofset[kImageOffsetCentre + 1] = 20.0;
-    ff.xofset[kImageOffsetCentre - 1] = -20.0;
-    ff.nebour = {1, 2, 3, 0, 0, 0};
-    ff.pbctyp = {1, 0, 0, -1, 0, 0};
-    ff.nebpnt = {0, 3, 4, 5, 6};
+    ff.xofset[kImageOffsetCentre + 1] = 20.0, ff.xofset[kImageOffsetCentre - 1] = -20.0;
+    ff.nebour = {1, 2, 3, 0, 0, 0}, ff.pbctyp = {1, 0, 0, -1, 0, 0}, ff.nebpnt = {0, 3, 4, 5, 6};
     setup_prms_for_dsf_electrostatics(engine, 7);
     dsf_electrostatics_call(engine);
     const double share = 0.5 * pair_energy(-6.0, 2.0);

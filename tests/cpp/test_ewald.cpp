@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <complex>
+#include <tuple>
 #include <vector>
 
 #include "engine/engine.hpp"
@@ -26,11 +27,9 @@ double whole_call(const std::vector<Ion>& ions, double box, test_support::WholeC
     dir.write("pelix.IN", test_support::run_configuration_text(1, 1));
     dir.write("lattice.IN", "0\n0\n0\n");
     dir.write("potfor.IN", "title\ncomment\n3\nNa Na ZERO\nNa O_ ZERO\nO_ O_ ZERO\n");
-    for (const Ion& ion : ions) {
-        calls.specie.push_back(ion[3] > 0 ? 0 : 1);
-        calls.pos.insert(calls.pos.end(), {ion[0], ion[1], ion[2]});
-        calls.charge.push_back(ion[3]);
-    }
+    for (const Ion& ion : ions)
+        calls.specie.push_back(ion[3] > 0 ? 0 : 1), calls.charge.push_back(ion[3]),
+            calls.pos.insert(calls.pos.end(), {ion[0], ion[1], ion[2]});
     Engine engine;
     CalcForceResult result;
     calcforce(engine, calls.call("NaO_", 2, box), result);
@@ -39,41 +38,35 @@ double whole_call(const std::vector<Ion>& ions, double box, test_support::WholeC
 }
 
 TEST(Ewald, MadelungConstantsOfRockSaltCaesiumChlorideAndZincBlende) {
-    struct Case {
-        std::vector<std::array<double, 3>> cations;  // fractional positions in the cell
-        std::array<double, 3> anion;                 // shift of each cation's anion
-        double a, d, madelung;  // cell side, nearest-neighbour distance, published constant
-        int cells;
-    };
-    const std::vector<std::array<double, 3>> fcc{{0, 0, 0}, {0, .5, .5}, {.5, 0, .5}, {.5, .5, 0}};
-    const Case cases[] = {
+    // Cation sites in the cell (fractions), the shift of each one's anion, the cell side, the
+    // nearest-neighbour distance, the published constant, and the cells along each axis.
+    using Sites = std::vector<std::array<double, 3>>;
+    const Sites fcc{{0, 0, 0}, {0, .5, .5}, {.5, 0, .5}, {.5, .5, 0}};
+    const std::tuple<Sites, std::array<double, 3>, double, double, double, int> cases[] = {
         {fcc, {0.5, 0, 0}, 5.64, 2.82, 1.747565, 2},
         {{{0, 0, 0}}, {0.5, 0.5, 0.5}, 4.12, 4.12 * std::sqrt(3.0) / 2.0, 1.762675, 3},
         {fcc, {0.25, 0.25, 0.25}, 5.41, 5.41 * std::sqrt(3.0) / 4.0, 1.638055, 2},
     };
-    for (const Case& c : cases) {
+    for (const auto& [cations, anion, a, d, madelung, cells] : cases) {
         // cells x cells x cells cells, shifted off the box faces.
         std::vector<Ion> ions;
-        for (int i = 0; i < c.cells * c.cells * c.cells; ++i)
-            for (const auto& s : c.cations)
+        for (int i = 0; i < cells * cells * cells; ++i)
+            for (const auto& s : cations)
                 for (int k = 0; k < 2; ++k) {
-                    const int cell[3] = {i % c.cells, i / c.cells % c.cells, i / c.cells / c.cells};
-                    Ion ion{0.3, 0.2, 0.1, k ? -1.0 : 1.0};
-                    for (int x = 0; x < 3; ++x)
-                        ion[x] += (cell[x] + s[x] + k * c.anion[x]) * c.a;
-                    ions.push_back(ion);
+                    Ion& ion = ions.emplace_back(Ion{0.3, 0.2, 0.1, k ? -1.0 : 1.0});
+                    for (int x = 0, step = 1; x < 3; ++x, step *= cells)  // cell i / step % cells
+                        ion[x] += (i / step % cells + s[x] + k * anion[x]) * a;
                 }
         test_support::WholeCall calls;
-        const double per_pair =
-            whole_call(ions, c.a * c.cells, calls) / (0.5 * double(ions.size()));
-        const double expected = -c.madelung * kCoulomb / c.d;
-        EXPECT_NEAR(per_pair, expected, 0.002 * std::fabs(expected)) << c.madelung;
+        const double per_pair = whole_call(ions, a * cells, calls) / (0.5 * double(ions.size()));
+        const double expected = -madelung * kCoulomb / d;
+        EXPECT_NEAR(per_pair, expected, 0.002 * std::fabs(expected)) << madelung;
         // Every ion of the ideal lattice sits at a centre of symmetry; equivalent ions carry
         // equal shares.
-        for (double f : calls.force)
-            EXPECT_LT(std::fabs(f), 1e-6) << c.madelung;
         for (double e : calls.pe)
-            EXPECT_NEAR(e, expected / 2.0, 0.002 * std::fabs(expected)) << c.madelung;
+            EXPECT_NEAR(e, expected / 2.0, 0.002 * std::fabs(expected)) << madelung;
+        for (double f : calls.force)
+            EXPECT_LT(std::fabs(f), 1e-6) << madelung;
     }
 }
 
@@ -86,21 +79,19 @@ TEST(Ewald, PairIsRealPlusReciprocalMinusSelf) {
     const double box = 20.0, pi = 3.1415927410125732,
                  s = std::sqrt(-std::log(0.0010000000474974513));
     const double alpha = s / 9.0, kc = 2.0 * alpha * s, g = 2.0 * pi / box;
-    const int steps = static_cast<int>(std::ceil(kc / g));
+    const int n = 2 * static_cast<int>(std::ceil(kc / g)) + 1;  // wave vectors along each axis
     double reciprocal = 0.0;
-    for (int i = -steps; i <= steps; ++i)
-        for (int j = -steps; j <= steps; ++j)
-            for (int k = -steps; k <= steps; ++k) {
-                const double k2 = g * g * (i * i + j * j + k * k);
-                std::complex<double> rho = 0.0;
-                for (const Ion& ion : ions)
-                    rho += ion[3] * std::polar(1.0, g * (i * ion[0] + j * ion[1] + k * ion[2]));
-                if (k2 > 0.0 && k2 < kc * kc)
-                    reciprocal += 2.0 * pi / std::pow(box, 3) *
-                                  std::exp(-k2 / (4 * alpha * alpha)) / k2 * std::norm(rho);
-            }
-    const double r =
-        std::hypot(ions[1][0] - ions[0][0], ions[1][1] - ions[0][1], ions[1][2] - ions[0][2]);
+    for (int m = 0; m < n * n * n; ++m) {
+        const int i = m % n - n / 2, j = m / n % n - n / 2, k = m / n / n - n / 2;
+        const double k2 = g * g * (i * i + j * j + k * k);
+        std::complex<double> rho = 0.0;
+        for (const Ion& ion : ions)
+            rho += ion[3] * std::polar(1.0, g * (i * ion[0] + j * ion[1] + k * ion[2]));
+        if (k2 > 0.0 && k2 < kc * kc)
+            reciprocal += 2.0 * pi / std::pow(box, 3) * std::exp(-k2 / (4 * alpha * alpha)) / k2 *
+                          std::norm(rho);
+    }
+    const double r = std::hypot(2.5, 2.0, -1.0);  // the ions' separation
     const double expected =
         kCoulomb * (-std::erfc(alpha * r) / r + reciprocal - 2 * alpha / std::sqrt(pi));
     test_support::WholeCall calls;
