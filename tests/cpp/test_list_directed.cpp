@@ -85,8 +85,6 @@ TEST(ListDirected, ErrorsNameFileLineSettingAndFound) {
         ListTarget target;
         std::string message;
     } cases[] = {
-        {"abc\n", real_item(dt, "DT"), " line 1: expected a real number (DT), found \"abc\""},
-        {"", real_item(dt, "RUNTIM"), " line 1: expected RUNTIM, found end of file"},
         {"3.5\n", int_item(n, "N"), " line 1: expected an integer (N), found \"3.5\""},
         {"\n'5'\n", int_item(n, "N"), " line 2: expected an integer (N), found \"'5'\""},
         {"maybe\n", logical_item(flag, "F"),

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -35,9 +36,9 @@ Kept kept_by_every_form(const Candidates& c, const std::vector<CandidateRun>& ru
         const int64_t written = append_within_range_on(path, c.view(), runs.data(), chosen.data(),
                                                        static_cast<int>(chosen.size()), centre,
                                                        nebour.data(), pbctyp.data(), 0);
-        forms.emplace_back(written, std::pair<int32_t, int32_t>{});
+        forms.emplace_back();
         for (int64_t e = 0; e < written; ++e)
-            forms.back()[e] = {nebour[e], pbctyp[e]};
+            forms.back().emplace_back(nebour[e], pbctyp[e]);
         EXPECT_EQ(forms.back(), forms.front()) << "form " << static_cast<int>(path);
     }
     return forms.front();
@@ -69,11 +70,10 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
             c.add(39, 0, x, 0.0, 0.0);
         runs.push_back({runs.back().end, runs.back().end + 2, 4, 0.0, 0.0, 0.0});
         const auto own = static_cast<int32_t>(rng() % c.atom.size());
-        const auto at = static_cast<std::size_t>(own);
-        c.atom[at] = 40;
+        c.atom[own] = 40;
         for (const CandidateRun& run : std::vector<CandidateRun>(runs))
             if (run.first <= own && own < run.end)
-                runs.push_back({run.first, run.end, 7, c.x[at] - 0.6, c.y[at], c.z[at]});
+                runs.push_back({run.first, run.end, 7, c.x[own] - 0.6, c.y[own], c.z[own]});
 
         const bool uniform = trial % 2 == 0;
         const std::vector<double>& radii = uniform ? common : mixed;
@@ -107,15 +107,14 @@ TEST(RangeFilter, SquaresAreRoundedStepByStep) {
     std::uniform_real_distribution<double> coordinate(-3.0, 3.0);
     for (const bool fused_is_below : {true, false}) {
         double x = 0, y = 0, z = 0, r2 = 0;
-        for (bool found = false; !found;) {
+        const auto fused_other_side = [&](double f) { return fused_is_below ? f < r2 : f > r2; };
+        do {
             x = coordinate(rng), y = coordinate(rng), z = coordinate(rng);
             r2 = x * x + y * y + z * z;
-            const double xx = x * x;
-            found = true;
-            for (const double f : {std::fma(z, z, std::fma(y, y, xx)), std::fma(z, z, xx + y * y),
-                                   std::fma(y, y, xx) + z * z})
-                found = found && (fused_is_below ? f < r2 : f > r2);
-        }
+        } while (!std::ranges::all_of(
+            std::array{std::fma(z, z, std::fma(y, y, x * x)), std::fma(z, z, x * x + y * y),
+                       std::fma(y, y, x * x) + z * z},
+            fused_other_side));
         // Stepwise, the candidates are beyond a radius at their square, and within one just
         // above it; the fused forms would say the opposite.
         const double radius2 = fused_is_below ? r2 : std::nextafter(r2, 1e9);
