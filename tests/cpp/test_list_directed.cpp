@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <tuple>
 
 #include "common/list_directed.hpp"
 #include "scratch_dir.hpp"
@@ -80,11 +81,7 @@ TEST(ListDirected, ErrorsNameFileLineSettingAndFound) {
     double dt = 0.0;
     bool flag = false;
     std::string s;
-    const struct {
-        const char* text;
-        ListTarget target;
-        std::string message;
-    } cases[] = {
+    const std::tuple<const char*, ListTarget, std::string> cases[] = {
         {"3.5\n", int_item(n, "N"), " line 1: expected an integer (N), found \"3.5\""},
         {"\n'5'\n", int_item(n, "N"), " line 2: expected an integer (N), found \"'5'\""},
         {"maybe\n", logical_item(flag, "F"),
@@ -94,9 +91,9 @@ TEST(ListDirected, ErrorsNameFileLineSettingAndFound) {
         {"0*1\n", int_item(n, "N"),
          " line 1: expected an integer (N), found \"0*1\": a repeat count must be a positive "
          "integer"}};
-    for (const auto& c : cases) {
-        ListDirectedFile file(dir.write("in.txt", c.text));
-        EXPECT_EQ(input_error_text([&] { file.read({c.target}); }), path + c.message);
+    for (const auto& [text, target, message] : cases) {
+        ListDirectedFile file(dir.write("in.txt", text));
+        EXPECT_EQ(input_error_text([&] { file.read({target}); }), path + message);
     }
     ListDirectedFile file(dir.write("in.txt", "0.5\n"));
     file.read({real_item(dt, "PCSKIN")});

@@ -57,11 +57,10 @@ TEST(RunConfig, ReadsRecordsWritesTheLayoutAndStopsOnBadInput) {
     EXPECT_EQ(written[3], "RUN001     /* IDENT  => SIX CHARACTER IDENTIFIER OF THIS RUN");
     EXPECT_EQ(written[4], " 1 0 1   /* PBCX,PBCY,PBCZ");
     EXPECT_EQ(written[12].substr(0, 16), " NO_THERMOSTAT  ");
-    const auto has = [&](std::size_t k, const char* text) {
-        return written[k].find(text) != std::string::npos;
-    };
-    EXPECT_TRUE(has(6, " 0.5") && has(6, "/* DT     => INTEGTATION TIMESTEP (fS)"));
-    EXPECT_TRUE(has(22, "F NEB flag") && has(23, "T   /* Zip flag (xyz files)"));
+    EXPECT_NE(written[6].find(" 0.5"), std::string::npos);
+    EXPECT_NE(written[6].find("/* DT     => INTEGTATION TIMESTEP (fS)"), std::string::npos);
+    EXPECT_NE(written[22].find("F NEB flag"), std::string::npos);
+    EXPECT_NE(written[23].find("T   /* Zip flag (xyz files)"), std::string::npos);
     EXPECT_EQ(input_error_text([&] { read_pelixin(c, sd, out); }),
               out + " line 25: expected VELOCITYINXYZ, found end of file");
 
