@@ -4,6 +4,7 @@
 
 #include <array>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "engine/engine.hpp"
@@ -15,28 +16,28 @@ namespace {
 using pelix::test_support::stop_of;
 using Position = std::array<double, 3>;
 
-// All periodic: entry 9 sx + 3 sz + sy holds the shift (sx, sy, sz) in box lengths; y and z
-// periodic: entries 3 sy + sz; z alone, also beside a flag that is neither 0 nor 1 (an open
-// axis, not counted): entries sz; every other entry cleared.
+// Entries -h..h, h = (3^k - 1) / 2 for k periodic axes, hold the shifts in box lengths of
+// those axes counted in base 3 (digit + 1), the first axis of the layout most significant:
+// all periodic, x then z then y; y and z periodic, y then z; z alone, also beside a flag that
+// is neither 0 nor 1 (an open axis, not counted). Every other entry is cleared.
 TEST(Cells, ImageOffsetTables) {
     pelix::Engine engine;
     auto& grid = engine.cells;
     grid.neb_lx = 2.0, grid.neb_ly = 3.0, grid.neb_lz = 5.0;
-    for (const std::array<int32_t, 4> flags :
-         {std::array<int32_t, 4>{1, 1, 1, 9}, {0, 1, 1, 3}, {0, 0, 1, 1}, {2, 0, 1, 1}}) {
-        grid.neb_pbcx = flags[0], grid.neb_pbcy = flags[1], grid.neb_pbcz = flags[2];
+    const std::tuple<int32_t, int32_t, int32_t, std::string> layouts[] = {
+        {1, 1, 1, "xzy"}, {0, 1, 1, "yz"}, {0, 0, 1, "z"}, {2, 0, 1, "z"}};
+    for (const auto& [x, y, z, order] : layouts) {
+        grid.neb_pbcx = x, grid.neb_pbcy = y, grid.neb_pbcz = z;
         pelix::setup_pbc_offsets(engine);
+        const int h = order.size() == 3 ? 13 : order.size() == 2 ? 4 : 1;
         for (int n = -13; n <= 13; ++n) {
-            const int stride = flags[3], m = n + 13, sy = m % 3 - 1;  // m: entry from 0
-            Position shift{2.0 * (m / 9 - 1), 3.0 * sy, 5.0 * (m % 9 / 3 - 1)};
-            if (stride == 3)
-                shift = {0.0, 3.0 * (m / 3 - 4), 5.0 * sy};
-            if (stride == 1)
-                shift = {0.0, 0.0, 5.0 * n};
-            const bool used = std::abs(n) <= (stride == 9 ? 13 : stride == 3 ? 4 : 1);
+            Position shift{};
+            for (int m = n + h, k = static_cast<int>(order.size()) - 1; k >= 0 && std::abs(n) <= h;
+                 --k, m /= 3)
+                shift[order[k] - 'x'] = (m % 3 - 1) * Position{2.0, 3.0, 5.0}[order[k] - 'x'];
             EXPECT_EQ((Position{engine.ff.xoffset(n), engine.ff.yoffset(n), engine.ff.zoffset(n)}),
-                      used ? shift : Position{})
-                << n << " " << flags[0] << flags[1];
+                      shift)
+                << n << " " << order << x;
         }
     }
 }
