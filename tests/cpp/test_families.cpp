@@ -35,8 +35,8 @@ namespace {
 constexpr int32_t kH = 1, kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kSi = 14, kP = 15, kTi = 22,
                   kCr = 24, kFe = 26, kCo = 27, kNi = 28, kCu = 29, kY = 39, kZr = 40, kAg = 47,
                   kAu = 79;
-const std::string kPP = "POTFOR-SPLINES/PP_pw_for_potfor_morlist.IN";
-const std::string kPFe = "POTFOR-SPLINES/PFe_pw_for_potfor_morlist.IN";
+const std::string kPP = "POTFOR-SPLINES/PP_pw_for_potfor_morlist.IN",
+                  kPFe = "POTFOR-SPLINES/PFe_pw_for_potfor_morlist.IN";
 const std::string kAckTable(kAcklistTableFile);
 
 // The first line of the stop that `action` raises ("no stop" when it returns); an nrerror stop
@@ -139,37 +139,42 @@ struct Family {
 #define FAMILY(NAME, name) #NAME, name##_mapij, name##_selects, setup_prms_for_##name, \
     name##_cutoff_squared, name##_call, [](const Engine& e) { return e.families.name.name##_idnum; }
 const std::string kAcklandMixed = "ACKLAND_MAPIJ: Ackland interaction between",
+                  kNotYet = " has not been implemented yet.",
+                  kMorlistNo = "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ",
+                  kMorseptNo = "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ",
                   kZblpotlOther = "ZBLPOTL_MAPIJ: Problems to set ZBLPOTL_MAPIJ";
-std::string problems(const std::string& name) { return name + "_MAPIJ: Problems setting " + name + "_MAPIJ"; }
+std::string problems(const std::string& name) {
+    return name + "_MAPIJ: Problems setting " + name + "_MAPIJ";
+}
 std::string wrong(const std::string& name) { return name + "_NEB: WHATs WRONG WITH INTERSIZE"; }
 const std::vector<Family> kFamilies = {
-    {FAMILY(ACKLAND, ackland), {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
-     {{kFe, kAg, kAcklandMixed + "Fe and Ag has not been implemented yet."},
-      {kAu, kFe, kAcklandMixed + "Fe and Au has not been implemented yet."},
-      {kAg, kAu, kAcklandMixed + "Ag and Au has not been implemented yet."}, {kFe, kCu, problems("ACKLAND")}},
+    {FAMILY(ACKLAND, ackland),
+     {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
+     {{kFe, kAg, kAcklandMixed + "Fe and Ag" + kNotYet},
+      {kAu, kFe, kAcklandMixed + "Fe and Au" + kNotYet},
+      {kAg, kAu, kAcklandMixed + "Ag and Au" + kNotYet}, {kFe, kCu, problems("ACKLAND")}},
      600, wrong("ACKLAND")},
-    {FAMILY(ACKLIST, acklist), {{kFe, kFe, 1, 3.72645}}, {{kFe, kNi, problems("ACKLIST")}}, 36, wrong("ACKLIST")},
-    {FAMILY(BUCKBW, buckbw), {{kFe, kFe, 1, 3.9}, {kTi, kTi, 2, 5.15}, {kY, kY, 3, 5.65}, {kFe, kY, 4, 5.45},
-      {kFe, kTi, 5, 4.55}, {kTi, kY, 6, 5.95}, {kFe, kO, 7, 3.9}, {kTi, kO, 8, 4.0}, {kY, kO, 9, 4.0},
-      {kO, kO, 10, 4.25}},
+    {FAMILY(ACKLIST, acklist), {{kFe, kFe, 1, 3.72645}}, {{kFe, kNi, problems("ACKLIST")}}, 36,
+     wrong("ACKLIST")},
+    {FAMILY(BUCKBW, buckbw), {{kFe, kFe, 1, 3.9}, {kTi, kTi, 2, 5.15}, {kY, kY, 3, 5.65},
+      {kFe, kY, 4, 5.45}, {kFe, kTi, 5, 4.55}, {kTi, kY, 6, 5.95}, {kFe, kO, 7, 3.9},
+      {kTi, kO, 8, 4.0}, {kY, kO, 9, 4.0}, {kO, kO, 10, 4.25}},
      {{kFe, kAg, problems("BUCKBW")}, {kH, kO, problems("BUCKBW")}, {kY, kZr, problems("BUCKBW")}},
      555, wrong("BUCKBW")},
     {FAMILY(MORLIST, morlist), {{kP, kP, 1, 5.0}, {kP, kFe, 2, 4.0}},  // the tables' last distances
-     {{kFe, kFe, "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ"},
-      {kP, kO, "FUNCTION MORLIST_MAPIJ: Problems to set MORLIST_MAPIJ"}}, 60, "MORSNEB: NEBTOT > INTERSIZE"},
+     {{kFe, kFe, kMorlistNo}, {kP, kO, kMorlistNo}}, 60, "MORSNEB: NEBTOT > INTERSIZE"},
     {FAMILY(MORSEPT, morsept), {{kP, kP, 1, 4.69}, {kP, kFe, 2, 3.108}},
-     {{kFe, kFe, "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"},
-      {kSi, kFe, "FUNCTION MORSEPT_MAPIJ: Problems to set MORSEPT_MAPIJ"}}, 60, "MORSEPT_NEB: NEBTOT > INTERSIZE"},
+     {{kFe, kFe, kMorseptNo}, {kSi, kFe, kMorseptNo}}, 60, "MORSEPT_NEB: NEBTOT > INTERSIZE"},
     {FAMILY(TERNARY, ternary), {{kFe, kFe, 1, 5.18}, {kNi, kNi, 2, 5.18}, {kCr, kCr, 3, 5.18},
       {kFe, kNi, 4, 5.18}, {kFe, kCr, 5, 5.18}, {kNi, kCr, 6, 5.18}},
      {{kFe, kP, problems("TERNARY")}, {kCo, kNi, problems("TERNARY")}}, 300, wrong("TERNARY")},
-    {FAMILY(ZBLPOTL, zblpotl), {{kAg, kC, 1, 4.0}, {kFe, kC, 2, 3.59}, {kMg, kC, 3, 4.0}, {kO, kC, 4, 4.0},
-      {kAu, kC, 5, 4.0}, {kNi, kC, 6, 4.0}, {kAl, kC, 7, 4.0}, {kFe, kY, 8, 4.0}, {kFe, kO, 9, 4.0},
-      {kHe, kY, 10, 4.0}},
+    {FAMILY(ZBLPOTL, zblpotl), {{kAg, kC, 1, 4.0}, {kFe, kC, 2, 3.59}, {kMg, kC, 3, 4.0},
+      {kO, kC, 4, 4.0}, {kAu, kC, 5, 4.0}, {kNi, kC, 6, 4.0}, {kAl, kC, 7, 4.0}, {kFe, kY, 8, 4.0},
+      {kFe, kO, 9, 4.0}, {kHe, kY, 10, 4.0}},
      {{kFe, kAg, "ZBLPOTL_MAPIJ: Fe-Ag interaction is not implemented"},
       {kAg, kFe, "ZBLPOTL_MAPIJ: Ag-Fe interaction is not implemented"},
-      {kC, kC, "ZBLPOTL_MAPIJ: C-C interaction is not implemented"},
-      {kFe, kFe, kZblpotlOther}, {kCu, kC, kZblpotlOther}, {kAg, kAu, kZblpotlOther}}, 60, wrong("ZBLPOTL")},
+      {kC, kC, "ZBLPOTL_MAPIJ: C-C interaction is not implemented"}, {kFe, kFe, kZblpotlOther},
+      {kCu, kC, kZblpotlOther}, {kAg, kAu, kZblpotlOther}}, 60, wrong("ZBLPOTL")},
 };
 #undef FAMILY
 // clang-format on
@@ -380,14 +385,13 @@ std::string evaluate_springs(Engine& engine, Family& family) {
     ff.specie = {0, 0, 1, 1, 2, 0, 0, 0};
     ff.potnum.assign(3, 2);
     ff.potnum(0, 0) = ff.potnum(0, 1) = ff.potnum(1, 0) = 1;
-    for (const int s : {-1, 1}) {
-        ff.xofset[kImageOffsetCentre + 9 * s] = ff.yofset[kImageOffsetCentre + 3 * s] = 10.0 * s;
-        ff.zofset[kImageOffsetCentre + s] = 10.0 * s;
-    }
+    for (const int s : {-1, 1})  // image codes 9, 3 and 1 along x, y and z
+        ff.xofset[kImageOffsetCentre + 9 * s] = ff.yofset[kImageOffsetCentre + 3 * s] =
+            ff.zofset[kImageOffsetCentre + s] = 10.0 * s;
     // clang-format off
     set_neighbour_lists(engine, {{{1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 9}, {6, 3}, {7, 1}},
-        {{0, 0}, {2, 0}}, {{0, 0}, {1, 0}, {3, 0}}, {{0, 0}, {2, 0}}, {{0, 0}}, {{0, -9}}, {{0, -3}},
-        {{0, -1}}});
+        {{0, 0}, {2, 0}}, {{0, 0}, {1, 0}, {3, 0}}, {{0, 0}, {2, 0}}, {{0, 0}}, {{0, -9}},
+        {{0, -3}}, {{0, -1}}});
     // clang-format on
     engine.atoms.mylt = 8;
     engine.atoms.pe.assign(8, 7.0);

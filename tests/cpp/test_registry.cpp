@@ -118,10 +118,6 @@ TEST(Registry, NumbersPotentialsBySpeciesPairSetsThemUpInOrderAndKeepsTheRecords
             setups.push_back(c.potlst[k] + " " + std::to_string(k + 1) + " after-electrostatics");
         EXPECT_EQ(call_log, setups);
         EXPECT_EQ(engine.registry.pot_symbol, c.symbols);
-        for (int32_t i = 0; i < 2; ++i)
-            for (int32_t j = 0; j < 2; ++j)
-                EXPECT_EQ(engine.registry.potype(i, j),
-                          padded(c.potlst)[static_cast<std::size_t>(engine.ff.potnum(i, j) - 1)]);
     }
     // Charge equilibration pairs answer 8 A without asking a family; an unknown keyword stops.
     Engine engine = fresh_engine();
@@ -218,10 +214,8 @@ TEST(Registry, UnknownKeywordsAndTooManyPotentialsStop) {
 // neighbour set-up done and the electrostatics set up without settings files.
 Engine make_engine(const std::vector<AtomRecord>& records, const std::vector<std::string>& potlst,
                    int32_t pbc) {
-    Engine engine;
-    engine.catalogue = kTestCatalogue;
+    Engine engine = fresh_engine();
     engine.config.pbcx = engine.config.pbcy = engine.config.pbcz = pbc;
-    engine.config.multipole_flag = 1;
     engine.atoms.lx = engine.atoms.ly = engine.atoms.lz = 10.0;
     engine.atoms.mylt = static_cast<int32_t>(records.size());
     engine.atoms.numel = 1;
@@ -234,7 +228,7 @@ Engine make_engine(const std::vector<AtomRecord>& records, const std::vector<std
     double range = 0.0;
     setup_nebour_parameters(engine, range);
     setup_prms_for_electrostatics(engine);
-    call_log.clear();
+    call_log.clear();  // the cut-off queries of the neighbour set-up
     push = {2.0, 2.0, 2.0};
     return engine;
 }
