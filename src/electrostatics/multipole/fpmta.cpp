@@ -36,48 +36,13 @@ void fpmtaforce(MultipoleTreeSlot& slot, int32_t n, const double* x, const doubl
         return;
     }
     const std::size_t count = static_cast<std::size_t>(n);
-    // Uncharged atoms neither make nor feel a Coulomb field, and the box follows only the
-    // charged ones: an uncharged atom may lie anywhere, so the tree sees the charged atoms
-    // alone (a NaN charge counts as charged).
-    std::vector<std::size_t> charged;
-    charged.reserve(count);
+    std::vector<double> potential(count);
+    tree.evaluate(count, x, y, z, q, potential.data(), fx, fy, fz);
     for (std::size_t i = 0; i < count; ++i) {
-        if (q[i] != 0.0) {
-            charged.push_back(i);
-        }
-    }
-    const std::size_t m = charged.size();
-    std::vector<double> packed(8 * m);
-    double* const px = packed.data();
-    double* const py = px + m;
-    double* const pz = py + m;
-    double* const pq = pz + m;
-    double* const potential = pq + m;
-    double* const tfx = potential + m;
-    double* const tfy = tfx + m;
-    double* const tfz = tfy + m;
-    for (std::size_t s = 0; s < m; ++s) {
-        const std::size_t i = charged[s];
-        px[s] = x[i];
-        py[s] = y[i];
-        pz[s] = z[i];
-        pq[s] = q[i];
-    }
-    if (m > 0) {
-        tree.evaluate(m, px, py, pz, pq, potential, tfx, tfy, tfz, charged.data());
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        fx[i] = 0.0;
-        fy[i] = 0.0;
-        fz[i] = 0.0;
-        pe[i] = 0.0;
-    }
-    for (std::size_t s = 0; s < m; ++s) {
-        const std::size_t i = charged[s];
-        fx[i] = kTreeCoulombConstant * tfx[s];
-        fy[i] = kTreeCoulombConstant * tfy[s];
-        fz[i] = kTreeCoulombConstant * tfz[s];
-        pe[i] = kTreeCoulombConstant * pq[s] * potential[s];
+        fx[i] *= kTreeCoulombConstant;
+        fy[i] *= kTreeCoulombConstant;
+        fz[i] *= kTreeCoulombConstant;
+        pe[i] = kTreeCoulombConstant * q[i] * potential[i];
     }
 }
 

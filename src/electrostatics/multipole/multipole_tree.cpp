@@ -184,11 +184,11 @@ void MultipoleTree::lay_out_cells() {
 
 void MultipoleTree::evaluate(std::size_t count, const double* x, const double* y, const double* z,
                              const double* q, double* potential, double* force_x, double* force_y,
-                             double* force_z, const std::size_t* labels) {
+                             double* force_z) {
     if (!layout_current_) {
         lay_out_cells();
     }
-    sort_particles(count, x, y, z, q, labels);
+    sort_particles(count, x, y, z, q);
     upward_pass();
     transfer_pass();
     downward_pass();
@@ -196,7 +196,11 @@ void MultipoleTree::evaluate(std::size_t count, const double* x, const double* y
     if (periodic_) {
         add_background_terms();
     }
-    for (std::size_t s = 0; s < count; ++s) {
+    std::fill(potential, potential + count, 0.0);
+    std::fill(force_x, force_x + count, 0.0);
+    std::fill(force_y, force_y + count, 0.0);
+    std::fill(force_z, force_z + count, 0.0);
+    for (std::size_t s = 0; s < original_index_.size(); ++s) {
         const std::size_t i = original_index_[s];
         potential[i] = phi_[s];
         force_x[i] = sq_[s] * ex_[s];
@@ -206,16 +210,25 @@ void MultipoleTree::evaluate(std::size_t count, const double* x, const double* y
 }
 
 void MultipoleTree::sort_particles(std::size_t count, const double* x, const double* y,
-                                   const double* z, const double* q, const std::size_t* labels) {
+                                   const double* z, const double* q) {
     const int per_axis = 1 << depth_;
     const std::size_t leaves = cells_at(depth_);
+    // Uncharged particles neither make nor feel a field: they take no cell and may lie
+    // anywhere (a NaN charge counts as a charge).
+    constexpr uint64_t kUncharged = ~uint64_t{0};
+    const auto charged = static_cast<std::size_t>(
+        std::count_if(q, q + count, [](double charge) { return charge != 0.0; }));
     std::vector<uint64_t> key(count);
-    sx_.resize(count);
-    sy_.resize(count);
-    sz_.resize(count);
-    sq_.resize(count);
+    sx_.resize(charged);
+    sy_.resize(charged);
+    sz_.resize(charged);
+    sq_.resize(charged);
     std::vector<double> wrapped(3 * count);
     for (std::size_t i = 0; i < count; ++i) {
+        if (q[i] == 0.0) {
+            key[i] = kUncharged;
+            continue;
+        }
         const double position[3] = {x[i], y[i], z[i]};
         uint32_t cell[3];
         for (int a = 0; a < 3; ++a) {
@@ -228,9 +241,8 @@ void MultipoleTree::sort_particles(std::size_t count, const double* x, const dou
             }
             if (!(u >= 0.0 && u <= 1.0)) {
                 std::ostringstream message;
-                message << "FPMTAFORCE: PARTICLE " << (labels ? labels[i] : i) + 1 << " AT "
-                        << position[0] << " " << position[1] << " " << position[2]
-                        << " OUTSIDE THE MULTIPOLE BOX";
+                message << "FPMTAFORCE: PARTICLE " << i + 1 << " AT " << position[0] << " "
+                        << position[1] << " " << position[2] << " OUTSIDE THE MULTIPOLE BOX";
                 nrerror(message.str());
             }
             wrapped[3 * i + a] = periodic_ ? lower_[a] + u * sides_[a] : position[a];
@@ -240,14 +252,19 @@ void MultipoleTree::sort_particles(std::size_t count, const double* x, const dou
     }
     cell_start_.assign(leaves + 1, 0);
     for (std::size_t i = 0; i < count; ++i) {
-        ++cell_start_[key[i] + 1];
+        if (key[i] != kUncharged) {
+            ++cell_start_[key[i] + 1];
+        }
     }
     for (std::size_t c = 0; c < leaves; ++c) {
         cell_start_[c + 1] += cell_start_[c];
     }
     std::vector<uint32_t> fill(cell_start_.begin(), cell_start_.end() - 1);
-    original_index_.resize(count);
+    original_index_.resize(charged);
     for (std::size_t i = 0; i < count; ++i) {
+        if (key[i] == kUncharged) {
+            continue;
+        }
         const uint32_t s = fill[key[i]]++;
         original_index_[s] = i;
         sx_[s] = wrapped[3 * i];
@@ -266,10 +283,10 @@ void MultipoleTree::sort_particles(std::size_t count, const double* x, const dou
             }
         }
     }
-    phi_.assign(count, 0.0);
-    ex_.assign(count, 0.0);
-    ey_.assign(count, 0.0);
-    ez_.assign(count, 0.0);
+    phi_.assign(charged, 0.0);
+    ex_.assign(charged, 0.0);
+    ey_.assign(charged, 0.0);
+    ez_.assign(charged, 0.0);
 }
 
 void MultipoleTree::upward_pass() {

@@ -49,12 +49,11 @@ class MultipoleTree {
 
     // For each particle i: potential[i], the potential of all other charges (and, periodic,
     // of all images) at particle i, and force[i] = q_i times the field there. Open box:
-    // every particle must lie inside the box. Periodic: positions are wrapped into the box.
-    // A particle outside the box is named in the stop by its number: labels[i] + 1 when
-    // labels are given, else i + 1.
+    // every charged particle must lie inside the box. Periodic: positions are wrapped into
+    // the box. Uncharged particles take no part: they may lie anywhere and get zeros.
     void evaluate(std::size_t count, const double* x, const double* y, const double* z,
                   const double* q, double* potential, double* force_x, double* force_y,
-                  double* force_z, const std::size_t* labels = nullptr);
+                  double* force_z);
 
     const MultipoleSettings& settings() const { return settings_; }
     const std::array<double, 3>& box_sides() const { return sides_; }
@@ -68,7 +67,7 @@ class MultipoleTree {
   private:
     void lay_out_cells();
     void sort_particles(std::size_t count, const double* x, const double* y, const double* z,
-                        const double* q, const std::size_t* labels);
+                        const double* q);
     void upward_pass();
     void transfer_pass();
     void direct_transfer(int level);
