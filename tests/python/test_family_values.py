@@ -60,12 +60,13 @@ ZBLPOTL_DIMERS = [
 ]
 
 
-def dimer_results(workdir, keyword, rows, extra_pairs=()):
+def dimer_results(workdir, keyword, rows):
     """Energy, per-atom energies and forces of every dimer of `rows` in an open box, the
     second atom at r along (0.6, 0.8, 0) from the first."""
     symbols = sorted({s for row in rows for s in row[:2]})
-    pairs = [(a, b, keyword if (a, b) in {r[:2] for r in rows} or (b, a) in {r[:2] for r in rows}
-              else "ZERO") for a, b in itertools.combinations_with_replacement(symbols, 2)]
+    named = {frozenset(row[:2]) for row in rows}
+    pairs = [(a, b, keyword if frozenset((a, b)) in named else "ZERO")
+             for a, b in itertools.combinations_with_replacement(symbols, 2)]
     workdir.use_pairs(pairs, False)
     dimers = [(row[0], row[1], r, e, k) for row in rows for k, (r, e) in enumerate(row[2:])]
     configurations = [([symbols.index(a), symbols.index(b)],
