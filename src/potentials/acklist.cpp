@@ -11,6 +11,7 @@
 #include "common/spline.hpp"
 #include "potentials/embedded_atom.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/knot_sums.hpp"
 #include "potentials/pair_table.hpp"
 
 namespace pelix {
@@ -43,7 +44,11 @@ struct AcklistFamily {
         sqrt_embedding_interact(
             engine, m, i, scratch, kAcklistEmbeddingGuard, bond_by_bond(pair),
             [this](const int32_t*, const double* r, int32_t n, double* rho, double* drho) {
-                knot_densities(state.acklist_rr, state.acklist_ar, r, n, rho, drho);
+                cubic_knot_sums_many(state.acklist_rr.data(), state.acklist_ar.data(),
+                                     state.acklist_rr.size(), r, static_cast<std::size_t>(n), rho,
+                                     drho);
+                for (int32_t k = 0; k < n; ++k)
+                    drho[k] = -3.0 * drho[k];
             });
     }
 };
@@ -64,8 +69,8 @@ void setup_fefe_prms(AcklistState& state) {
     state.acklist_a00 = 2.8665;
     state.acklist_conrh *= state.acklist_a00;
     state.acklist_conrh2 = state.acklist_conrh * state.acklist_conrh;
-    state.acklist_rr = kAcklandFeFeRr;
-    state.acklist_ar = kAcklandFeFeAr;
+    state.acklist_rr = knot_eam_rows::kFeDensityKnots;
+    state.acklist_ar = knot_eam_rows::kFeDensityCoefs;
     setup_fefe_acklist_pw_prms(state);
 }
 
@@ -119,7 +124,12 @@ PairValue acklist_bond_pair(const AcklistState& state, int32_t t, double r) {
 }
 
 DensityValue acklist_density(const AcklistState& state, int32_t, double r) {
-    return knot_density(state.acklist_rr, state.acklist_ar, r);
+    DensityValue out;
+    double squares = 0.0;
+    cubic_knot_sum(state.acklist_rr.data(), state.acklist_ar.data(), state.acklist_rr.size(), r,
+                   out.rho, squares);
+    out.drho = -3.0 * squares;
+    return out;
 }
 
 void acklist_call(Engine& engine) {

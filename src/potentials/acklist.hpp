@@ -19,7 +19,8 @@
 #include <vector>
 
 #include "common/pair_value.hpp"
-#include "potentials/ackland.hpp"
+#include "potentials/knot_eam/keywords.hpp"
+#include "potentials/knot_eam/knot_eam.hpp"
 
 namespace pelix {
 
@@ -46,8 +47,8 @@ struct AcklistState {
     double acklist_conrh = 1.3;
     double acklist_conrh2 = 0.0;
     // Knots and coefficients of the density.
-    std::array<double, kAcklandDensityKnots> acklist_rr{};
-    std::array<double, kAcklandDensityKnots> acklist_ar{};
+    std::array<double, 3> acklist_rr{};
+    std::array<double, 3> acklist_ar{};
 };
 
 void setup_prms_for_acklist(Engine& engine, int32_t k);

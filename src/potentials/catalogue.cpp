@@ -3,9 +3,9 @@
 #include <array>
 
 #include "common/fixed_string.hpp"
-#include "potentials/ackland.hpp"
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/knot_eam/operations.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
 #include "potentials/ternary.hpp"
@@ -16,7 +16,6 @@ namespace pelix {
 
 namespace {
 
-constexpr FamilyOps kAckland{setup_prms_for_ackland, ackland_cutoff_squared, ackland_call};
 constexpr FamilyOps kAcklist{setup_prms_for_acklist, acklist_cutoff_squared, acklist_call};
 constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
 constexpr FamilyOps kMorlist{setup_prms_for_morlist, morlist_cutoff_squared, morlist_call};
@@ -28,9 +27,9 @@ constexpr FamilyOps kZblpotl{setup_prms_for_zblpotl, zblpotl_cutoff_squared, zbl
 // Matching order of the keywords. Rows without operations are families not built yet.
 constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"CSIHPOT", "csihpot", nullptr},
-    {"ACKLAND", "ackland_interaction", &kAckland},
+    {"ACKLAND", "ackland_interaction", &kAcklandOps},
     {"ACKLIST", "acklist_interaction", &kAcklist},
-    {"ACKLEAM", "acklfep_interaction", nullptr},
+    {"ACKLEAM", "acklfep_interaction", &kAckleamOps},
     {"ACKNIAL", "acklnial_interaction", nullptr},
     {"MORSEPT", "morsept_interaction", &kMorsept},
     {"MORLIST", "morlist_interaction", &kMorlist},
@@ -51,8 +50,8 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"HeHePOT", "hehepotl_interaction", nullptr},
     {"FEIGAO", "feigao_interaction", nullptr},
     {"AzizHe2", "azizhehe_interaction", nullptr},
-    {"MENDEL", "mendelev_interaction", nullptr},
-    {"AMtest", "amtest_interaction", nullptr},
+    {"MENDEL", "mendelev_interaction", &kMendelOps},
+    {"AMtest", "amtest_interaction", &kAmtestOps},
     {"BUCKBW", "buckbw_interaction", &kBuckbw},
     {"BSIPOTL", "bsipotl_interaction", nullptr},
     {"DELAYE_POTL", "delaye_potl_interaction", nullptr},

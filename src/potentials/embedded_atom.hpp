@@ -7,10 +7,10 @@
 //   1. the pair term of every pair, taken from the atom with the smaller index (j > i): half
 //      of V to each atom, F = -dV/dr along u_b pushing them apart;
 //   2. the density rho_i = sum_b phi(r_b) over every bond, each bond's d(phi)/dr saved;
-//   3. the embedding energy -sqrt(rho_i) on atom i;
-//   4. the embedding force of every bond, g = -(-1/(2 sqrt(rho_i))) d(phi)/dr along u_b,
-//      taken off atom i and added to atom j, so that the sum over all atoms gives the whole
-//      embedded-atom force. It is dropped when sqrt(rho_i) does not exceed `guard`.
+//   3. the embedding energy F(rho_i) = -sqrt(rho_i) + a2 rho_i^2 + a4 rho_i^4 on atom i;
+//   4. the embedding force of every bond, g = -F'(rho_i) d(phi)/dr along u_b, taken off atom i
+//      and added to atom j, so that the sum over all atoms gives the whole embedded-atom force.
+//      The part -1/(2 sqrt(rho_i)) of F' is dropped when sqrt(rho_i) does not exceed `guard`.
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -71,10 +71,13 @@ auto bond_by_bond(const Term& term) {
 // adding or subtracting a zero of either sign leaves any other value as it is. It spares most of
 // the scattered additions to the neighbours' forces (in bcc iron, 32 of the 58 bonds lie beyond the
 // density's last knot).
+//
+// Without a2 and a4 (both zero) their terms are left out, and the results are those of the
+// plain square root.
 template <class PairTerms, class DensityTerms>
 void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScratch& scratch,
                              double guard, const PairTerms& pair_terms,
-                             const DensityTerms& density_terms) {
+                             const DensityTerms& density_terms, double a2 = 0.0, double a4 = 0.0) {
     const BondList& bonds = engine.ff.bonds;
     const int32_t first = bonds.datum[m], last = bonds.datum[m + 1];
     if (first == last)
@@ -136,14 +139,19 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
 
     const double s = std::sqrt(rho);
     pei -= s;
-    if (!(s > guard)) {
+    double c = s > guard ? -0.5 / s : 0.0;  // dF/drho
+    if (a2 != 0.0 || a4 != 0.0) {
+        const double rho2 = rho * rho;
+        pei += rho2 * (a2 + a4 * rho2);
+        c += rho * (2.0 * a2 + 4.0 * a4 * rho2);
+    }
+    if (c == 0.0) {
         // The embedding force dropped: zeros again, but a bond between coincident atoms (unit
         // vector not a number) still makes the forces not a number, as the refusal of such
         // calls expects.
         for (int32_t b = first; b < last; ++b)
             add_bond_force(b, neb[b], density_slope[b - first] * 0.0);
     } else {
-        const double c = -0.5 / s;
         // The bonds whose density has a slope, in bond order, found without a branch on the
         // length.
         int32_t* sloped = scratch.sloped.data();

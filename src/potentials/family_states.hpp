@@ -1,8 +1,8 @@
 #pragma once
 // The parameter state of every built potential family, one member per family.
-#include "potentials/ackland.hpp"
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/knot_eam/knot_eam.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
 #include "potentials/ternary.hpp"
@@ -18,7 +18,10 @@ struct FamilyStates {
     BuckbwState buckbw;
     MorlistState morlist;
     TernaryState ternary;
-    AcklandState ackland;
+    KnotEamState ackland;
+    KnotEamState mendel;
+    KnotEamState amtest;
+    KnotEamState ackleam;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

@@ -19,10 +19,13 @@
 
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
-#include "potentials/ackland.hpp"
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/knot_eam/keywords.hpp"
+#include "potentials/knot_eam/knot_eam_family.hpp"
+#include "potentials/knot_eam/operations.hpp"
+#include "potentials/knot_sums.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
 #include "potentials/ternary.hpp"
@@ -147,13 +150,30 @@ std::string problems(const std::string& name) {
     return name + "_MAPIJ: Problems setting " + name + "_MAPIJ";
 }
 std::string wrong(const std::string& name) { return name + "_NEB: WHATs WRONG WITH INTERSIZE"; }
+template <const KnotEamKeyword& K, KnotEamState FamilyStates::*S>
+Family knot_eam(const char* name, PairTypes types, Refusals refused) {
+    using Ops = KnotEamOperations<K, S>;
+    return {name, [](int32_t a, int32_t b) { return knot_eam_mapij(K, a, b); },
+            [](int32_t z) { for (const auto& row : K.pairs) if (z == row.za || z == row.zb) return true;
+                            return false; },
+            Ops::setup, Ops::cutoff_squared, Ops::call,
+            [](const Engine& e) { return (e.families.*S).idnum; }, std::move(types),
+            std::move(refused), static_cast<int32_t>(3 * K.bond_capacity),
+            std::string(K.overflow_message)};
+}
 const std::vector<Family> kFamilies = {
-    {FAMILY(ACKLAND, ackland),
+    knot_eam<kAcklandKeyword, &FamilyStates::ackland>("ACKLAND",
      {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
      {{kFe, kAg, kAcklandMixed + "Fe and Ag" + kNotYet},
       {kAu, kFe, kAcklandMixed + "Fe and Au" + kNotYet},
-      {kAg, kAu, kAcklandMixed + "Ag and Au" + kNotYet}, {kFe, kCu, problems("ACKLAND")}},
-     600, wrong("ACKLAND")},
+      {kAg, kAu, kAcklandMixed + "Ag and Au" + kNotYet}, {kFe, kCu, problems("ACKLAND")}}),
+    knot_eam<kMendelKeyword, &FamilyStates::mendel>("MENDEL", {{kFe, kFe, 1, 5.3}},
+     {{kFe, kP, "MENDELEV_MAPIJ: Problems to set MENDELEV_MAPIJ"}}),
+    knot_eam<kAmtestKeyword, &FamilyStates::amtest>("AMtest", {{kFe, kFe, 1, 5.3}},
+     {{kFe, kNi, "AMtest_MAPIJ: Problems to set AMtest_MAPIJ"}}),
+    knot_eam<kAckleamKeyword, &FamilyStates::ackleam>("ACKLEAM",
+     {{kP, kP, 1, 5.3}, {kP, kFe, 2, 5.3}, {kFe, kFe, 3, 5.3}},
+     {{kFe, kNi, "FUNCTION ACKLEAM_MAPIJ: Problems to set ACKLEAM_MAPIJ"}}),
     {FAMILY(ACKLIST, acklist), {{kFe, kFe, 1, 3.72645}}, {{kFe, kNi, problems("ACKLIST")}}, 36,
      wrong("ACKLIST")},
     {FAMILY(BUCKBW, buckbw), {{kFe, kFe, 1, 3.9}, {kTi, kTi, 2, 5.15}, {kY, kY, 3, 5.65},
@@ -310,24 +330,23 @@ TEST(Ackland, IronDimerCarriesHalfItsPairTermAndItsOwnEmbedding) {
 // every count (blocks of eight and four lanes and each tail): distances between, on and beyond
 // the knots, tiny, huge and not a number.
 TEST(Ackland, KnotSumsOfManyDistancesAreThoseOfOneAtATime) {
-    Engine engine;
-    setup_prms_for_ackland(engine, 1);
-    const AcklandState& state = engine.families.ackland;
     std::vector<double> r{2.5, 5.3, 1e100, -1e101, std::nan(""), 1e-300};
     for (int k = 0; k < 34; ++k)
         r.push_back(0.9 + 0.137 * k);
-    for (std::size_t t = 0; t < 3; ++t)
+    for (const EamPairRow& row : knot_eam_rows::kAcklandPairs)
         for (std::size_t from = 0; from < 9; ++from)
             for (std::size_t count = 0; from + count <= r.size(); ++count) {
+                const KnotSum& sum = row.knots;
                 std::vector<double> cubes(count, -1.0), squares(count, -1.0);
-                cubic_knot_sums_many(state.rs[t].data(), state.as[t].data(), kAcklandPairKnots,
+                cubic_knot_sums_many(sum.knot.data(), sum.coef.data(), sum.knot.size(),
                                      r.data() + from, count, cubes.data(), squares.data());
                 for (std::size_t b = 0; b < count; ++b) {
                     double c = 0.0, q = 0.0;
-                    cubic_knot_sums(state.rs[t], state.as[t], r[from + b], c, q);
+                    cubic_knot_sum(sum.knot.data(), sum.coef.data(), sum.knot.size(), r[from + b],
+                                   c, q);
                     EXPECT_TRUE(std::memcmp(&cubes[b], &c, sizeof c) == 0 &&
                                 std::memcmp(&squares[b], &q, sizeof q) == 0)
-                        << "type " << t + 1 << " from " << from << " count " << count;
+                        << "Z " << row.za << " from " << from << " count " << count;
                 }
             }
 }

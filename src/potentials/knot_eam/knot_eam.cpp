@@ -1,0 +1,230 @@
+#include "potentials/knot_eam/knot_eam.hpp"
+
+#include <cmath>
+#include <string>
+
+#include "common/fatal_error.hpp"
+#include "potentials/knot_sums.hpp"
+
+namespace pelix {
+
+namespace {
+
+bool same_pair(int32_t za, int32_t zb, int32_t a, int32_t b) {
+    return (za == a && zb == b) || (za == b && zb == a);
+}
+
+std::vector<double> copy(std::span<const double> values) {
+    return {values.begin(), values.end()};
+}
+
+KnotEamPairType pair_type_of(const EamPairRow& row) {
+    KnotEamPairType out;
+    out.za = row.za;
+    out.zb = row.zb;
+    out.knot = copy(row.knots.knot);
+    out.coef = copy(row.knots.coef);
+    out.rc = row.powers.rc;
+    out.first_power = row.powers.first_power;
+    out.power = copy(row.powers.coef);
+    out.defined = !out.knot.empty() || !out.power.empty();
+    out.bridge = row.bridge;
+    out.join = row.join;
+    out.sr_cutoff = row.sr_cutoff;
+    out.cutin = row.cutin;
+    out.conrh2 = row.cutoff2;
+    out.zbl = zbl_terms(row.rule, row.za, row.zb);
+    return out;
+}
+
+void add_element(KnotEamState& state, int32_t z) {
+    if (state.element_index(z) < 0)
+        state.element.push_back(z);
+}
+
+// sum_n c_n x^n for n = first, first + 1, ... and its derivative, x = rc - r > 0.
+PairValue power_series(const KnotEamPairType& pair, double r) {
+    PairValue out;
+    const double x = pair.rc - r;
+    if (!(x > 0.0))
+        return out;
+    double poly = 0.0, slope = 0.0;  // sum_m c_m x^m over m = n - first, and d/dx
+    for (auto c = pair.power.rbegin(); c != pair.power.rend(); ++c) {
+        slope = slope * x + poly;
+        poly = poly * x + *c;
+    }
+    double lead = 1.0, lead_slope = 0.0;  // x^first and d/dx
+    for (int32_t n = 0; n < pair.first_power; ++n) {
+        lead_slope = lead_slope * x + lead;
+        lead *= x;
+    }
+    out.v = lead * poly;
+    out.f = lead_slope * poly + lead * slope;  // -dV/dr = dV/dx
+    return out;
+}
+
+// Calls run(t, from, to) for each run of bonds from..to-1 of one pair type t. The bonds of an
+// atom of a pure metal are one run, which a test without early exit finds quickly.
+template <class Run>
+void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
+    if (n == 0)
+        return;
+    int32_t differ = 0;  // bits in which some type differs from the first (a vector reduction)
+    for (int32_t k = 1; k < n; ++k)
+        differ |= type[k] ^ type[0];
+    if (differ == 0) {
+        run(type[0], 0, n);
+        return;
+    }
+    for (int32_t from = 0; from < n;) {
+        int32_t to = from + 1;
+        while (to < n && type[to] == type[from])
+            ++to;
+        run(type[from], from, to);
+        from = to;
+    }
+}
+
+}  // namespace
+
+void knot_eam_setup(KnotEamState& state, const KnotEamKeyword& keyword, int32_t k) {
+    state = KnotEamState{};
+    state.idnum = k;
+    for (const EamPairRow& row : keyword.pairs) {
+        add_element(state, row.za);
+        add_element(state, row.zb);
+        state.pair.push_back(pair_type_of(row));
+    }
+    for (const int32_t z : state.element) {
+        EamElementRow embedding{z};
+        for (const EamElementRow& row : keyword.elements)
+            if (row.z == z)
+                embedding = row;
+        state.embedding.push_back(embedding);
+    }
+    state.density.resize(state.element.size() * state.pair.size());
+    for (std::size_t e = 0; e < state.element.size(); ++e) {
+        const int32_t centre = state.element[e];
+        for (std::size_t t = 0; t < state.pair.size(); ++t) {
+            const KnotEamPairType& pair = state.pair[t];
+            if (pair.za != centre && pair.zb != centre)
+                continue;
+            const int32_t neighbour = pair.za == centre ? pair.zb : pair.za;
+            for (const EamDensityRow& row : keyword.densities) {
+                if (row.centre == centre && row.neighbour == neighbour) {
+                    KnotEamDensity& density = state.density[e * state.pair.size() + t];
+                    density.knot = copy(row.psi.knot);
+                    density.coef = copy(row.psi.coef);
+                    density.scale = row.scale;
+                }
+            }
+        }
+    }
+}
+
+int32_t knot_eam_mapij(const KnotEamKeyword& keyword, int32_t za, int32_t zb) {
+    for (std::size_t t = 0; t < keyword.pairs.size(); ++t)
+        if (same_pair(za, zb, keyword.pairs[t].za, keyword.pairs[t].zb))
+            return static_cast<int32_t>(t + 1);
+    for (const EamRefusal& refusal : keyword.refusals)
+        if (same_pair(za, zb, refusal.za, refusal.zb))
+            nrerror(std::string(refusal.message));
+    nrerror(std::string(keyword.mapij_message));
+}
+
+double knot_eam_cutoff_squared(const KnotEamState& state, const KnotEamKeyword& keyword, int32_t za,
+                               int32_t zb) {
+    return state.of_type(knot_eam_mapij(keyword, za, zb)).conrh2;
+}
+
+PairValue knot_eam_bond_pair(const KnotEamPairType& pair, double r) {
+    PairValue out;
+    switch (join_region(r, pair.sr_cutoff, pair.cutin)) {
+        case JoinRegion::Zbl:
+            out = zbl_evaluate(pair.zbl, r);
+            break;
+        case JoinRegion::Bridge:
+            if (pair.join == BridgeJoin::Exponent) {
+                out.v = std::exp(pair.bridge.value(r));
+                out.f = -pair.bridge.derivative(r) * out.v;
+            } else {
+                out.v = pair.bridge.value(r);
+                out.f = -pair.bridge.derivative(r);
+            }
+            break;
+        case JoinRegion::Own:
+            if (pair.knot.empty())
+                return power_series(pair, r);
+            double squares = 0.0;
+            cubic_knot_sum(pair.knot.data(), pair.coef.data(), pair.knot.size(), r, out.v, squares);
+            out.f = 3.0 * squares;
+            break;
+    }
+    return out;
+}
+
+PairValue knot_eam_pair(const KnotEamState& state, int32_t t, double r) {
+    const KnotEamPairType& pair = state.of_type(t);
+    if (!(r * r < pair.conrh2))
+        return PairValue{};
+    return knot_eam_bond_pair(pair, r);
+}
+
+DensityValue knot_eam_density(const KnotEamState& state, int32_t centre, int32_t t, double r) {
+    DensityValue out;
+    const KnotEamDensity& density = state.density_of(state.element_index(centre), t);
+    double squares = 0.0;
+    cubic_knot_sum(density.knot.data(), density.coef.data(), density.knot.size(), r, out.rho,
+                   squares);
+    out.rho *= density.scale;
+    out.drho = -3.0 * squares * density.scale;
+    return out;
+}
+
+void knot_eam_bond_pairs(const KnotEamState& state, const int32_t* type, const double* r, int32_t n,
+                         double* v, double* f) {
+    for_each_type_run(type, n, [&](int32_t t, int32_t from, int32_t to) {
+        const KnotEamPairType& pair = state.of_type(t);
+        if (pair.knot.empty()) {
+            for (int32_t k = from; k < to; ++k) {
+                const PairValue value = knot_eam_bond_pair(pair, r[k]);
+                v[k] = value.v;
+                f[k] = value.f;
+            }
+            return;
+        }
+        // The knot sums of the whole run together, then the few bonds short enough for the
+        // join one at a time.
+        cubic_knot_sums_many(pair.knot.data(), pair.coef.data(), pair.knot.size(), r + from,
+                             static_cast<std::size_t>(to - from), v + from, f + from);
+        for (int32_t k = from; k < to; ++k) {
+            f[k] = 3.0 * f[k];
+            if (join_region(r[k], pair.sr_cutoff, pair.cutin) != JoinRegion::Own) {
+                const PairValue value = knot_eam_bond_pair(pair, r[k]);
+                v[k] = value.v;
+                f[k] = value.f;
+            }
+        }
+    });
+}
+
+void knot_eam_bond_densities(const KnotEamState& state, int32_t e, const int32_t* type,
+                             const double* r, int32_t n, double* rho, double* drho) {
+    for_each_type_run(type, n, [&](int32_t t, int32_t from, int32_t to) {
+        const KnotEamDensity& density = state.density_of(e, t);
+        cubic_knot_sums_many(density.knot.data(), density.coef.data(), density.knot.size(),
+                             r + from, static_cast<std::size_t>(to - from), rho + from,
+                             drho + from);
+        if (density.scale == 1.0) {
+            for (int32_t k = from; k < to; ++k)
+                drho[k] = -3.0 * drho[k];
+            return;
+        }
+        for (int32_t k = from; k < to; ++k) {
+            rho[k] *= density.scale;
+            drho[k] = -3.0 * drho[k] * density.scale;
+        }
+    });
+}
+
+}  // namespace pelix
