@@ -65,6 +65,8 @@ EWALD_TOLERANCES = (1e-4, 5e-3, 1e-2)  # eV/atom, eV/A typical, eV/A all
 # (A), and the fraction of bcc sites given to each solute species (1 Ti, 2 Y, 3 O).
 SYSTEMS = {
     "ackland": {"label": "bcc Fe ACKLAND", "sizes": [2000, 16000, 128000], "shake": 0.05},
+    # LAMMPS reads the public tabulation of the same published potential (Debian's lammps).
+    "mendel": {"label": "bcc Fe MENDEL", "sizes": [16000, 128000], "shake": 0.05},
     "buckbw": {"label": "Fe-Ti-Y-O BUCKBW", "sizes": [16000, 128000], "shake": 0.02,
                "solutes": {1: 0.02, 2: 0.01, 3: 0.02}},
     "ewald": {"label": "MgO Ewald", "sizes": [1000, 8000], "shake": 0.05},
@@ -162,8 +164,8 @@ def configuration(system: str, atoms: int):
 
 def our_inputs(system: str):
     """Species string and pair keywords of our run."""
-    if system == "ackland":
-        return "Fe", [("Fe", "Fe", "ACKLAND")]
+    if system in ("ackland", "mendel"):
+        return "Fe", [("Fe", "Fe", system.upper())]
     if system == "ewald":
         return "MgO_", [("Mg", "Mg", "ZERO"), ("Mg", "O_", "ZERO"), ("O_", "O_", "ZERO")]
     symbols = [e[0] for e in BUCKBW_ELEMENTS]
@@ -195,6 +197,9 @@ def lammps_potential(system: str, directory: Path) -> tuple[list[str], list[str]
         table = directory / "Fe.eam.fs"
         write_eam_fs(table)
         return [f"mass 1 {IRON_MASS}"], ["pair_style eam/fs", f"pair_coeff * * {table} Fe"]
+    if system == "mendel":
+        return [f"mass 1 {IRON_MASS}"], [
+            "pair_style eam/fs", "pair_coeff * * /usr/share/lammps/potentials/Fe_mm.eam.fs Fe"]
     if system == "ewald":
         alpha, steps = ewald_splitting(directory_box(directory))
         return [f"mass 1 {MG_MASS}", f"mass 2 {O_MASS}"], [

@@ -8,9 +8,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 as_root() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
-if [ ! -f /usr/include/gtest/gtest.h ]; then
+if [ ! -f /usr/include/gtest/gtest.h ] || [ ! -f /usr/share/lammps/potentials/FeP_mm.eam.fs ]; then
     as_root apt-get update -qq
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq libgtest-dev
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq libgtest-dev lammps
 fi
 python3 -m pip install -q "numpy>=2" "pytest>=7" "scikit-build-core>=0.10" cmake ninja "ase>=3.24" tqdm matplotlib \
     "hypothesis>=6" lammps mpich

