@@ -1,8 +1,5 @@
-"""The ASE calculator: forces against ASE's finite differences, and
-the handling of directories, periodic flags, slabs, lost atoms and refused input.
-
-The engine keeps its state per process, so each test runs its calculator in a fresh
-interpreter."""
+"""The ASE calculator, each test in a fresh interpreter (the engine keeps its state per process):
+forces, and the handling of directories, periodic flags, slabs, lost atoms and refused input."""
 
 import itertools
 import json
@@ -61,6 +58,10 @@ def test_forces_agree_with_ase_finite_differences(tmp_path):
 
 
 def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
+    # The caller's own "potfor.IN" (Ti-Fe misspelled) is used; the missing files are written.
+    (tmp_path / "engine").mkdir()
+    (tmp_path / "engine" / "potfor.IN").write_text(
+        "t\nc\n5\nFe Fe BUCKBW\nO_ O_ BUCKBW\nO_ Fe BUCKBW\nTi Ti BUCKBW\nTi Fe buckbw\n")
     out = run_script(tmp_path, f"""
         import os
         import numpy as np
@@ -68,9 +69,9 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         import pelix
 
         home = os.getcwd()
-        calc = pelix.Calculator("engine", pairs={BUCKBW_PAIRS!r},
-                                lattice={{"x": [("FX", 0.0, 1.0)]}})
+        calc = pelix.Calculator("engine", lattice={{"x": [("FX", 0.0, 1.0)]}})
         assert sorted(os.listdir("engine")) == ["lattice.IN", "pelix.IN", "potfor.IN"]
+        assert open("engine/pelix.IN").read().count("\\n") == 34
         assert sorted(os.listdir(".")) == ["engine"]
 
         def atoms(symbols="FeO", pbc=True, shift=0.0, cell=(10, 10, 10),
@@ -94,6 +95,7 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
             (pelix.LostAtomError, "atom 0 (Fe)",
              atoms(pbc=(True, True, False), shift=(0.0, 0.0, 600.0)).get_potential_energy),
             (ValueError, "element 'N'", atoms("FeN", **two).get_potential_energy),
+            (ValueError, "did you mean 'BUCKBW'", atoms("FeTi", **two).get_potential_energy),
             (ValueError, "Fe-Ag, Ag-Ag", atoms("FeAg", **two).get_potential_energy),
             (ValueError, "not orthorhombic",
              atoms("Fe2", cell=[[10, 0, 0], [2, 10, 0], [0, 0, 10]], **two).get_potential_energy),
@@ -104,6 +106,7 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
             (pelix.EngineInUseError, "potfor.IN",
              lambda: pelix.Calculator("engine", pairs=[("Fe", "Fe", "ZERO")])),
             (ValueError, "cannot change pairs", lambda: calc.set(pairs=[])),
+            (FileNotFoundError, 'no "potfor.IN"', lambda: pelix.Calculator("empty")),
         ]
         for error_type, text, make in refusals:
             try:
@@ -112,36 +115,9 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
             except error_type as error:
                 assert text in str(error), error
             assert os.getcwd() == home
-        again = pelix.Calculator("engine", pairs={BUCKBW_PAIRS!r},
-                                 lattice={{"x": [("FX", 0.0, 1.0)]}})
+        again = pelix.Calculator("engine", lattice={{"x": [("FX", 0.0, 1.0)]}})
         assert again.engine_directory == calc.engine_directory
         print("survived")
         """)
     assert out.splitlines()[-1] == "survived"
 
-
-def test_own_files_are_used_and_missing_ones_written(tmp_path):
-    engine = tmp_path / "mine"
-    engine.mkdir()
-    (engine / "potfor.IN").write_text("t\nc\n3\nFe Fe BUCKBW\nO_ O_ BUCKBW\nFe O_ buckbw\n")
-    out = run_script(tmp_path, """
-        from ase.build import bulk
-        import pelix
-
-        atoms = bulk("Fe", "bcc", a=2.8665, cubic=True).repeat(3)
-        atoms.calc = pelix.Calculator("mine")
-        print(atoms.get_potential_energy())
-        atoms[0].symbol = "O"
-        try:
-            atoms.get_potential_energy()
-        except ValueError as error:
-            print(error)
-        """).splitlines()
-    assert float(out[-2]) < 0.0
-    assert "'buckbw'" in out[-1] and "did you mean 'BUCKBW'" in out[-1]
-    assert (engine / "pelix.IN").read_text().count("\n") == 34
-    assert (engine / "lattice.IN").read_text() == "0\n0\n0\n"
-    with pytest.raises(FileNotFoundError):
-        from pelix.calculator import Calculator
-
-        Calculator(tmp_path / "empty")

@@ -1,15 +1,11 @@
-"""The reading of sanitizer reports in tools/sanitizer_reports.py, which decides whether the
-sanitized run and its leak pass fail: the interpreter's own leaks are not findings, a leak under
-the engine's code and any other sanitizer report are."""
+"""tools/sanitizer_reports.py, which fails the sanitized run: the interpreter's own leaks are
+not findings, a leak under the engine's code and any other sanitizer report are."""
 
-import importlib.util
+import sys
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parents[2]
-loader = importlib.util.spec_from_file_location("sanitizer_reports",
-                                              ROOT / "tools" / "sanitizer_reports.py")
-reports = importlib.util.module_from_spec(loader)
-loader.loader.exec_module(reports)
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
+import sanitizer_reports as reports  # noqa: E402
 
 INTERPRETER_LEAK = """\
 Direct leak of 64 byte(s) in 1 object(s) allocated from:
