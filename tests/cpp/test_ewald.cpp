@@ -1,11 +1,10 @@
 // Ewald summation through whole force calls: Madelung constants of three ionic crystals (which
-// also need the neighbour list to reach the real-space cut-off), a pair against the Ewald sum
-// written out over the full sphere of wave vectors.
+// also need the neighbour list to reach the real-space cut-off). Forces against the energy
+// gradient are checked through the Python tests.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
-#include <complex>
 #include <tuple>
 #include <vector>
 
@@ -68,34 +67,6 @@ TEST(Ewald, MadelungConstantsOfRockSaltCaesiumChlorideAndZincBlende) {
         for (double f : calls.force)
             EXPECT_LT(std::fabs(f), 1e-6) << madelung;
     }
-}
-
-// Two charges closer than the real-space cut-off in a box so large that no other image is
-// within it: real plus reciprocal (full sphere, |k| < kc) minus self, with the splitting
-// alpha = sqrt(-ln accuracy) / 9 A and kc = 2 alpha sqrt(-ln accuracy) of accuracy 0.001 (in
-// single precision, as is pi).
-TEST(Ewald, PairIsRealPlusReciprocalMinusSelf) {
-    const std::vector<Ion> ions{{3.0, 4.0, 5.0, 1.0}, {5.5, 6.0, 4.0, -1.0}};
-    const double box = 20.0, pi = 3.1415927410125732,
-                 s = std::sqrt(-std::log(0.0010000000474974513));
-    const double alpha = s / 9.0, kc = 2.0 * alpha * s, g = 2.0 * pi / box;
-    const int n = 2 * static_cast<int>(std::ceil(kc / g)) + 1;  // wave vectors along each axis
-    double reciprocal = 0.0;
-    for (int m = 0; m < n * n * n; ++m) {
-        const int i = m % n - n / 2, j = m / n % n - n / 2, k = m / n / n - n / 2;
-        const double k2 = g * g * (i * i + j * j + k * k);
-        std::complex<double> rho = 0.0;
-        for (const Ion& ion : ions)
-            rho += ion[3] * std::polar(1.0, g * (i * ion[0] + j * ion[1] + k * ion[2]));
-        if (k2 > 0.0 && k2 < kc * kc)
-            reciprocal += 2.0 * pi / std::pow(box, 3) * std::exp(-k2 / (4 * alpha * alpha)) / k2 *
-                          std::norm(rho);
-    }
-    const double r = std::hypot(2.5, 2.0, -1.0);  // the ions' separation
-    const double expected =
-        kCoulomb * (-std::erfc(alpha * r) / r + reciprocal - 2 * alpha / std::sqrt(pi));
-    test_support::WholeCall calls;
-    EXPECT_NEAR(whole_call(ions, box, calls), expected, 1e-10);
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 namespace pelix {
 namespace {
 
-using test_support::input_error_text;
-
 std::vector<double> type_lo_hi(const std::vector<LatticeConstraint>& slabs) {
     std::vector<double> flat;
     for (const auto& s : slabs)
@@ -31,15 +29,6 @@ TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
     EXPECT_EQ(type_lo_hi(lc.ylat_constrain),
               (std::vector<double>{2, 2, 29.95 + 4, 4, 3, 4, 3, 1, 29.8}));
     EXPECT_EQ(lc.nzlat_constrains(), 0);
-
-    const std::pair<const char*, const char*> errors[] = {
-        {"2\nFX 0 5\n", " line 3: expected code of x slab 2, found end of file"},
-        {"0\n1\nFX abc 5\n0\n", " line 3: expected a real number (lo of y slab 1), found \"abc\""}};
-    for (const auto& [text, message] : errors) {
-        const std::string path = dir.write("lattice.IN", text);
-        EXPECT_EQ(input_error_text([&] { get_lattice_constrains(lc, 1, 1, 1, path); }),
-                  path + message);
-    }
 }
 
 // Stages one atom per position (ids 1..n, previous type 7) and returns their lattice types.
@@ -84,12 +73,6 @@ TEST(Lattice, TypeAssignmentRules) {
     EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 3, 3, 7}));
     store.search_for_pka = true;
     EXPECT_EQ(latyps(fixed, lc, store), (std::vector<int32_t>{0, 0, 7, 7}));
-
-    SpatialDecomposition sd;  // atoms are kept up to 510 A beyond each side of the region
-    sd.eastlim = 10.0, sd.downlim = -100.0, sd.uplim = 20.0, sd.southlim = 1.0, sd.northlim = 30.0;
-    const ExtendedLimits e = my_extended_limits(sd);
-    EXPECT_EQ(std::vector<double>({e.xlow, e.xhigh, e.ylow, e.yhigh, e.zlow, e.zhigh}),
-              std::vector<double>({-510.0, 520.0, -610.0, 530.0, -509.0, 540.0}));
 }
 
 }  // namespace

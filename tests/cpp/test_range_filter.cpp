@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -96,34 +95,6 @@ TEST(RangeFilter, KeepsExactlyTheEntriesOfAPlainLoopInOrder) {
             }
         }
         ASSERT_EQ(kept_by_every_form(c, runs, chosen, centre), expected) << "trial " << trial;
-    }
-}
-
-// Separations whose square, rounded after every multiplication and addition, lies one way of
-// the radius while the forms with a fused multiply-add lie the other way: every form of the
-// filter must round step by step (12 candidates, a group of eight and four after it).
-TEST(RangeFilter, SquaresAreRoundedStepByStep) {
-    std::mt19937_64 rng(5);
-    std::uniform_real_distribution<double> coordinate(-3.0, 3.0);
-    for (const bool fused_is_below : {true, false}) {
-        double x = 0, y = 0, z = 0, r2 = 0;
-        const auto fused_other_side = [&](double f) { return fused_is_below ? f < r2 : f > r2; };
-        do {
-            x = coordinate(rng), y = coordinate(rng), z = coordinate(rng);
-            r2 = x * x + y * y + z * z;
-        } while (!std::ranges::all_of(
-            std::array{std::fma(z, z, std::fma(y, y, x * x)), std::fma(z, z, x * x + y * y),
-                       std::fma(y, y, x * x) + z * z},
-            fused_other_side));
-        // Stepwise, the candidates are beyond a radius at their square, and within one just
-        // above it; the fused forms would say the opposite.
-        const double radius2 = fused_is_below ? r2 : std::nextafter(r2, 1e9);
-        Candidates c;
-        for (int32_t k = 0; k < 12; ++k)
-            c.add(k, 0, x, y, z);
-        const FilterCentre centre{-1, -1, 0.0, 0.0, 0.0, &radius2, radius2, 1};
-        EXPECT_EQ(kept_by_every_form(c, {{0, 12, 0, 0.0, 0.0, 0.0}}, {0}, centre).size(),
-                  fused_is_below ? 0u : 12u);
     }
 }
 
