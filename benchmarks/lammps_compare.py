@@ -60,6 +60,8 @@ FORCE_TOLERANCE = 3e-4  # eV/A, all atoms
 # differ by LAMMPS's few extra wave vectors at the edge of the sphere (weights of order the
 # accuracy target 1e-3 of the largest) and its approximation of erfc (about 1e-6 relative).
 EWALD_TOLERANCES = (1e-4, 5e-3, 1e-2)  # eV/atom, eV/A typical, eV/A all
+# The public tabulation holds every value to 10 decimals: what that leaves of the published form.
+PUBLIC_TABLE_TOLERANCES = (1e-8, 5e-5, 5e-5)
 
 # Each system: its label, default sizes, standard deviation of the shake of every coordinate
 # (A), and the fraction of bcc sites given to each solute species (1 Ti, 2 Y, 3 O).
@@ -334,8 +336,8 @@ def check_agreement(ours: np.ndarray, theirs: np.ndarray, atoms: int,
     energy = abs(ours[0] - theirs[0]) / atoms
     per_atom = np.abs(ours[1:] - theirs[1:]).reshape(-1, 3).max(axis=1)
     typical, force = float(np.percentile(per_atom, 99)), float(per_atom.max())
-    limits = (EWALD_TOLERANCES if system == "ewald"
-              else (ENERGY_TOLERANCE, FORCE_TOLERANCE_TYPICAL, FORCE_TOLERANCE))
+    limits = {"ewald": EWALD_TOLERANCES, "mendel": PUBLIC_TABLE_TOLERANCES}.get(
+        system, (ENERGY_TOLERANCE, FORCE_TOLERANCE_TYPICAL, FORCE_TOLERANCE))
     energy_limit, typical_limit, force_limit = limits
     if energy > energy_limit or typical > typical_limit or force > force_limit:
         raise SystemExit(

@@ -5,6 +5,7 @@
 #include "common/fixed_string.hpp"
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
+#include "potentials/knot_eam/acknial.hpp"
 #include "potentials/knot_eam/operations.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
@@ -16,6 +17,7 @@ namespace pelix {
 
 namespace {
 
+constexpr FamilyOps kAcknial{setup_prms_for_acknial, acknial_cutoff_squared, acknial_call};
 constexpr FamilyOps kAcklist{setup_prms_for_acklist, acklist_cutoff_squared, acklist_call};
 constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
 constexpr FamilyOps kMorlist{setup_prms_for_morlist, morlist_cutoff_squared, morlist_call};
@@ -30,7 +32,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"ACKLAND", "ackland_interaction", &kAcklandOps},
     {"ACKLIST", "acklist_interaction", &kAcklist},
     {"ACKLEAM", "acklfep_interaction", &kAckleamOps},
-    {"ACKNIAL", "acklnial_interaction", nullptr},
+    {"ACKNIAL", "acklnial_interaction", &kAcknial},
     {"MORSEPT", "morsept_interaction", &kMorsept},
     {"MORLIST", "morlist_interaction", &kMorlist},
     {"ZBLPOTL", "zblpotl_interaction", &kZblpotl},

@@ -137,6 +137,10 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
         add_bond_force(b, j, -slope[k]);
     }
 
+    // A negative density (possible where a density has negative terms and a neighbour comes very
+    // close) embeds like an empty site: no energy, no force. Not a number stays as it is.
+    if (rho < 0.0)
+        rho = 0.0;
     const double s = std::sqrt(rho);
     pei -= s;
     double c = s > guard ? -0.5 / s : 0.0;  // dF/drho

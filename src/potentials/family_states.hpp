@@ -22,6 +22,7 @@ struct FamilyStates {
     KnotEamState mendel;
     KnotEamState amtest;
     KnotEamState ackleam;
+    KnotEamState acknial;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

@@ -22,6 +22,7 @@
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/knot_eam/acknial.hpp"
 #include "potentials/knot_eam/keywords.hpp"
 #include "potentials/knot_eam/knot_eam_family.hpp"
 #include "potentials/knot_eam/operations.hpp"
@@ -171,6 +172,12 @@ const std::vector<Family> kFamilies = {
      {{kFe, kP, "MENDELEV_MAPIJ: Problems to set MENDELEV_MAPIJ"}}),
     knot_eam<kAmtestKeyword, &FamilyStates::amtest>("AMtest", {{kFe, kFe, 1, 5.3}},
      {{kFe, kNi, "AMtest_MAPIJ: Problems to set AMtest_MAPIJ"}}),
+    {"ACKNIAL", [](int32_t a, int32_t b) { return knot_eam_mapij(kAcknialKeyword, a, b); },
+     [](int32_t z) { return z == kNi || z == kAl; }, setup_prms_for_acknial,
+     acknial_cutoff_squared, acknial_call,
+     [](const Engine& e) { return e.families.acknial.idnum; }, {{kNi, kNi, 1, 1.225 * 3.52422}},
+     {{kNi, kFe, "FUNCTION ACKLNiAl_MAPIJ: Problems to set ACKLNiAl_MAPIJ"}}, 300,
+     "ACKLEAM_NEB: NEBTOT > INTERSIZE"},
     knot_eam<kAckleamKeyword, &FamilyStates::ackleam>("ACKLEAM",
      {{kP, kP, 1, 5.3}, {kP, kFe, 2, 5.3}, {kFe, kFe, 3, 5.3}},
      {{kFe, kNi, "FUNCTION ACKLEAM_MAPIJ: Problems to set ACKLEAM_MAPIJ"}}),
@@ -235,6 +242,11 @@ void set_up(const std::string&) {
     Engine engine;
     Setup(engine, 1);
 }
+void acknial_mixed_cutoff(const std::string&) {
+    Engine engine;
+    setup_prms_for_acknial(engine, 1);
+    acknial_cutoff_squared(engine, kAl, kNi);
+}
 void read_ternary_table(const std::string& file) {
     TernaryState state;
     TernaryTable table;
@@ -257,6 +269,10 @@ TEST_F(Families, TableFilesAreReadUpToTheirPointLimitsAndBadFilesNamed) {
             {morlist, kPP, short_file, "PP_pw_for_potfor_morlist.IN line 4: expected"},
             {acklist, kAckTable, "", "FeFe_pw_for_potfor_acklist.IN"},
             {acklist, kAckTable, short_file, "FeFe_pw_for_potfor_acklist.IN line 4: expected"},
+            {acknial_mixed_cutoff, "acknial.IN", "",
+             "ACKNIAL: no parameters for the Ni-Al pair; give them in acknial.IN"},
+            {acknial_mixed_cutoff, "acknial.IN", "pair Ni Al\n4.0 1.0\n",
+             "acknial.IN: no density at Ni from Al for the Ni-Al pair"},
             {ternary, "pFeCr.IN", "", "pFeCr.IN"},
             {ternary, "pNiCr.IN", short_file, "pNiCr.IN line 4: expected"},
             {ternary, "rhoCr.IN", sampled_table(60, 1.0, 5.5),

@@ -3,7 +3,8 @@
 # harness's corpus (the seed inputs and every fault found so far), so that each test build
 # and the sanitized build check the regression inputs once.
 set(PELIX_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
-set(PELIX_FUZZ_READERS pelix_in lattice_in potfor_in pair_table ternary_table multipole_in)
+set(PELIX_FUZZ_READERS pelix_in lattice_in potfor_in pair_table ternary_table multipole_in
+                       acknial_in)
 
 foreach(reader ${PELIX_FUZZ_READERS})
   add_executable(replay_${reader} ${PELIX_FUZZ_DIR}/fuzz_${reader}.cpp

@@ -83,6 +83,26 @@ def write_ternary_tables(directory: Path, n: int = 2000) -> None:
                     lambda p, e=e: (ternary_embed(e, p)[0],))
 
 
+# "ACKNIAL": Ni-Al and Al-Al terms for its file, the 1987 nickel knots scaled to other lattice
+# parameters (an illustration of the file, not a fitted potential); edges per pair of indices.
+ACKNIAL_NI = ((1.225, 0.75186318729971), (1.202, -1.1730913765605), (1.1, 0.89574543336783),
+              (0.9, -2.0153442425426), (0.82, 2.9960367649199))
+ACKNIAL_DENSITY = ((1.225, 0.65731945854361), (0.93, -2.1482338643309))
+ACKNIAL_SCALE = {(0, 0): 3.52422, (0, 1): 3.8, (1, 1): 4.05}
+
+
+def write_acknial_file(directory: Path) -> None:
+    lines = []
+    for (a, b), scale in list(ACKNIAL_SCALE.items())[1:]:
+        names = [("Ni", "Al")[k] for k in (a, b)]
+        lines.append(f"pair {names[0]} {names[1]}")
+        lines += [f"{x * scale!r} {0.6 * c!r}" for x, c in ACKNIAL_NI]
+        for centre, neighbour in {(names[0], names[1]), (names[1], names[0])}:
+            lines.append(f"density {centre} {neighbour}")
+            lines += [f"{x * scale!r}, {c!r}" for x, c in ACKNIAL_DENSITY]
+    (Path(directory) / "acknial.IN").write_text("\n".join(lines + ["embedding Al 1e-3 0"]) + "\n")
+
+
 def every_pair(symbols, keyword):
     return [(a, b, keyword) for a, b in itertools.combinations_with_replacement(symbols, 2)]
 
@@ -170,6 +190,10 @@ FAMILIES = [
            {(0, 0): [(0.9, False), (2.5, True), (5.3, True)],
             (0, 1): [(1.0, False), (2.0, True), (5.3, True)],
             (1, 1): [(1.0, False), (2.05, True), (5.3, True)]}, closest=0.7, box=12.0, atoms=8),
+    Family("ACKNIAL", "NiAl", every_pair(("Ni", "Al"), "ACKNIAL"),
+           {key: [(0.61, True), (2.0, True), (1.225 * scale, True)]
+            for key, scale in ACKNIAL_SCALE.items()},
+           closest=0.55, box=12.0, atoms=8, tables=write_acknial_file),
     Family("TERNARY", "FeNiCr", every_pair(TERNARY_SYMBOLS, "TERNARY"),
            {key: [(5.18, False)] for key in TERNARY_MORSE},
            closest=1.9, box=11.0, atoms=8, tables=write_ternary_tables),

@@ -1,7 +1,8 @@
 """The knot-sum embedded-atom families against LAMMPS `eam/fs` reading the public tabulations of
-the same published potentials (Debian's lammps package): energy per atom and forces of a shaken
-bcc crystal, pure or with phosphorus on a few lattice sites. Every pair lies above the ZBL radius,
-where the published forms and the tabulations agree."""
+the same published potentials (Debian's lammps package; the 1987 nickel from Debian's
+openkim-models, which the test command unpacks into build/openkim): energy per atom and forces of
+a shaken crystal, pure or with phosphorus on a few lattice sites. Every pair lies above the ZBL
+radius, where the published forms and the tabulations agree."""
 
 import json
 import subprocess
@@ -11,13 +12,31 @@ from pathlib import Path
 import numpy as np
 import pytest
 
+ROOT = Path(__file__).resolve().parents[2]
 POTENTIALS = Path("/usr/share/lammps/potentials")
-BENCHMARKS = Path(__file__).resolve().parents[2] / "benchmarks"
+BENCHMARKS = ROOT / "benchmarks"
+OPENKIM_NI = (ROOT / "build/openkim/usr/lib/x86_64-linux-gnu/kim-api/portable-models"
+              / "EAM_Dynamo_AcklandTichyVitek_1987_Ni__MO_977363131043_005"
+              / "libkim-api-portable-model.so")
 
-# keyword, tabulation, its elements (LAMMPS types 1, 2 ...), our species, fraction of P sites
-CASES = [("MENDEL", "Fe_mm.eam.fs", "Fe", "Fe", 0.0),
-         ("AMtest", "FeP_mm.eam.fs", "Fe P", "Fe", 0.0),
-         ("ACKLEAM", "FeP_mm.eam.fs", "Fe P", "FeP_", 0.06)]
+# keyword, tabulation, its elements (LAMMPS types 1, 2 ...), our species, fraction of P sites,
+# lattice and lattice parameter
+CASES = [("MENDEL", POTENTIALS / "Fe_mm.eam.fs", "Fe", "Fe", 0.0, "bcc", 2.8553),
+         ("AMtest", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "Fe", 0.0, "bcc", 2.8553),
+         ("ACKLEAM", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "FeP_", 0.06, "bcc", 2.8553),
+         ("ACKNIAL", OPENKIM_NI, "Ni", "Ni", 0.0, "fcc", 3.52422)]
+
+
+def tabulation(path: Path, directory: Path) -> Path:
+    """The file itself, or the setfl text that an OpenKIM model library carries inside it."""
+    assert path.is_file(), f"{path} is missing: the test command installs it"
+    if path.suffix != ".so":
+        return path
+    data = path.read_bytes()
+    start = data.index(b"Sourse: The potential")
+    text = directory / "Ni.eam.fs"
+    text.write_bytes(data[start:data.index(b"\0", start)])
+    return text
 
 LAMMPS = """
 import json, sys
@@ -37,10 +56,12 @@ print(json.dumps([lmp.get_thermo("pe"), list(lmp.gather_atoms("f", 1, 3)[:])]))
 """
 
 
-def shaken_bcc(cells: int, a: float, p_fraction: float, seed: int):
+def shaken_crystal(cells: int, lattice: str, a: float, p_fraction: float, seed: int):
     rng = np.random.default_rng(seed)
     grid = np.array([(x, y, z) for x in range(cells) for y in range(cells) for z in range(cells)])
-    sites = np.vstack([grid, grid + 0.5]) * a
+    basis = [(0, 0, 0), (0.5, 0.5, 0.5)] if lattice == "bcc" else [
+        (0, 0, 0), (0.5, 0.5, 0), (0.5, 0, 0.5), (0, 0.5, 0.5)]
+    sites = np.vstack([grid + b for b in basis]) * a
     pos = sites + rng.uniform(-0.12, 0.12, sites.shape)
     specie = np.zeros(len(sites), int)
     specie[rng.choice(len(sites), int(round(p_fraction * len(sites))), replace=False)] = 1
@@ -49,13 +70,12 @@ def shaken_bcc(cells: int, a: float, p_fraction: float, seed: int):
 
 @pytest.mark.skipif(__import__("os").environ.get("PELIX_SANITIZED") == "1",
                     reason="third-party program")
-@pytest.mark.parametrize("keyword, file, elements, species, p_fraction", CASES,
+@pytest.mark.parametrize("keyword, file, elements, species, p_fraction, lattice, a", CASES,
                          ids=[c[0] for c in CASES])
 def test_crystal_agrees_with_lammps_on_the_published_tabulation(
-        workdir, keyword, file, elements, species, p_fraction):
-    path = POTENTIALS / file
-    assert path.is_file(), f"{path} is missing: the test command installs Debian's lammps"
-    specie, pos, side = shaken_bcc(5, 2.8553, p_fraction, 3)
+        workdir, keyword, file, elements, species, p_fraction, lattice, a):
+    path = tabulation(file, workdir.path)
+    specie, pos, side = shaken_crystal(5 if lattice == "bcc" else 4, lattice, a, p_fraction, 3)
     assert p_fraction == 0 or 0 < sum(specie) < len(specie)
     names = [species[k:k + 2] for k in range(0, len(species), 2)]
     workdir.use_pairs([(a, b, keyword) for k, a in enumerate(names) for b in names[k:]], True)

@@ -1,6 +1,8 @@
 #pragma once
 // The knot-sum embedded-atom keywords as rows: "ACKLAND" (iron, silver, gold), "MENDEL" and
-// "AMtest" (iron), "ACKLEAM" (phosphorus in iron). Sources and checks: docs/families/.
+// "AMtest" (iron), "ACKLEAM" (phosphorus in iron), "ACKNIAL" (nickel; its other pairs and any
+// replacement of the nickel rows come from "acknial.IN", see acknial.hpp). Sources and checks:
+// docs/families/.
 #include <array>
 
 #include "potentials/knot_eam/rows.hpp"
@@ -149,6 +151,38 @@ inline constexpr EamDensityRow kAckleamDensities[] = {
 };
 inline constexpr EamElementRow kAckleamElements[] = {{kP, 1.1950274540243e-3}, kFeAm};
 
+// --- Nickel of Ackland, Tichy, Vitek and Finnis 1987; Ni-Al and Al-Al from "acknial.IN" ------
+
+inline constexpr int32_t kAl = 13, kNi = 28;
+inline constexpr double kNiLattice = 3.52422;  // A; the knots are multiples of it
+inline constexpr std::array<double, 5> kNiKnots{
+    1.225 * kNiLattice, 1.202 * kNiLattice, 1.1 * kNiLattice, 0.9 * kNiLattice, 0.82 * kNiLattice};
+inline constexpr std::array<double, 5> kNiCoefs{
+    0.75186318729971, -1.1730913765605, 0.89574543336783, -2.0153442425426, 2.9960367649199};
+inline constexpr std::array<double, 2> kNiDensityKnots{1.225 * kNiLattice, 0.93 * kNiLattice};
+inline constexpr std::array<double, 2> kNiDensityCoefs{0.65731945854361, -2.1482338643309};
+// ZBL (rule A) at and below 0.61 A for every pair; the bridge to the knot sum, fitted at
+// set-up, ends at 2.0 A.
+inline constexpr double kAcknialZblRadius = 0.61, kAcknialBridgeEnd = 2.0;
+
+inline constexpr EamPairRow kAcknialPairs[] = {
+    {kNi,
+     kNi,
+     {kNiKnots, kNiCoefs},
+     {},
+     {},
+     kAcknialZblRadius,
+     kAcknialBridgeEnd,
+     ScreeningRule::A,
+     kNiKnots[0] * kNiKnots[0],
+     BridgeJoin::Exponent,
+     true},
+    {kNi, kAl, {}, {}, {}, kAcknialZblRadius, kAcknialBridgeEnd, ScreeningRule::A},
+    {kAl, kAl, {}, {}, {}, kAcknialZblRadius, kAcknialBridgeEnd, ScreeningRule::A},
+};
+inline constexpr EamDensityRow kAcknialDensities[] = {
+    {kNi, kNi, {kNiDensityKnots, kNiDensityCoefs}}};
+
 }  // namespace pelix::knot_eam_rows
 
 namespace pelix {
@@ -179,5 +213,13 @@ inline constexpr KnotEamKeyword kAckleamKeyword{
     knot_eam_rows::kAckleamPairs,
     knot_eam_rows::kAckleamDensities,
     knot_eam_rows::kAckleamElements};
+
+inline constexpr KnotEamKeyword kAcknialKeyword{
+    "FUNCTION ACKLNiAl_MAPIJ: Problems to set ACKLNiAl_MAPIJ",
+    "ACKLEAM_NEB: NEBTOT > INTERSIZE",
+    100.0,
+    knot_eam_rows::kAcknialPairs,
+    knot_eam_rows::kAcknialDensities,
+    {}};
 
 }  // namespace pelix

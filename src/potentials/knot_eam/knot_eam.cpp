@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "common/fatal_error.hpp"
 #include "potentials/knot_sums.hpp"
@@ -17,6 +18,8 @@ bool same_pair(int32_t za, int32_t zb, int32_t a, int32_t b) {
 std::vector<double> copy(std::span<const double> values) {
     return {values.begin(), values.end()};
 }
+
+PairValue own_form(const KnotEamPairType& pair, double r);
 
 KnotEamPairType pair_type_of(const EamPairRow& row) {
     KnotEamPairType out;
@@ -34,6 +37,9 @@ KnotEamPairType pair_type_of(const EamPairRow& row) {
     out.cutin = row.cutin;
     out.conrh2 = row.cutoff2;
     out.zbl = zbl_terms(row.rule, row.za, row.zb);
+    if (row.fit_bridge && out.defined)
+        out.bridge = fit_exponential_bridge(out.sr_cutoff, zbl_evaluate(out.zbl, out.sr_cutoff),
+                                            out.cutin, own_form(out, out.cutin));
     return out;
 }
 
@@ -85,7 +91,47 @@ void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
     }
 }
 
+// The pair's own form beyond the bridge: its knot sum, or its power series.
+PairValue own_form(const KnotEamPairType& pair, double r) {
+    if (pair.knot.empty())
+        return power_series(pair, r);
+    PairValue out;
+    double squares = 0.0;
+    cubic_knot_sum(pair.knot.data(), pair.coef.data(), pair.knot.size(), r, out.v, squares);
+    out.f = 3.0 * squares;
+    return out;
+}
+
 }  // namespace
+
+Quintic fit_exponential_bridge(double r1, PairValue inner, double r2, PairValue outer) {
+    // p(r) = ln V and p'(r) = -F / V at both ends: four linear equations in b0..b3, solved by
+    // elimination with partial pivoting.
+    double m[4][5] = {{1.0, r1, r1 * r1, r1 * r1 * r1, std::log(inner.v)},
+                      {0.0, 1.0, 2.0 * r1, 3.0 * r1 * r1, -inner.f / inner.v},
+                      {1.0, r2, r2 * r2, r2 * r2 * r2, std::log(outer.v)},
+                      {0.0, 1.0, 2.0 * r2, 3.0 * r2 * r2, -outer.f / outer.v}};
+    for (int c = 0; c < 4; ++c) {
+        int pivot = c;
+        for (int row = c + 1; row < 4; ++row)
+            if (std::abs(m[row][c]) > std::abs(m[pivot][c]))
+                pivot = row;
+        std::swap(m[c], m[pivot]);
+        for (int row = c + 1; row < 4; ++row) {
+            const double factor = m[row][c] / m[c][c];
+            for (int k = c; k < 5; ++k)
+                m[row][k] -= factor * m[c][k];
+        }
+    }
+    Quintic out;
+    for (int c = 3; c >= 0; --c) {
+        double sum = m[c][4];
+        for (int k = c + 1; k < 4; ++k)
+            sum -= m[c][k] * out.b[static_cast<std::size_t>(k)];
+        out.b[static_cast<std::size_t>(c)] = sum / m[c][c];
+    }
+    return out;
+}
 
 void knot_eam_setup(KnotEamState& state, const KnotEamKeyword& keyword, int32_t k) {
     state = KnotEamState{};
@@ -134,7 +180,10 @@ int32_t knot_eam_mapij(const KnotEamKeyword& keyword, int32_t za, int32_t zb) {
 
 double knot_eam_cutoff_squared(const KnotEamState& state, const KnotEamKeyword& keyword, int32_t za,
                                int32_t zb) {
-    return state.of_type(knot_eam_mapij(keyword, za, zb)).conrh2;
+    const KnotEamPairType& pair = state.of_type(knot_eam_mapij(keyword, za, zb));
+    if (!pair.defined)
+        nrerror(pair.missing);
+    return pair.conrh2;
 }
 
 PairValue knot_eam_bond_pair(const KnotEamPairType& pair, double r) {
@@ -153,12 +202,7 @@ PairValue knot_eam_bond_pair(const KnotEamPairType& pair, double r) {
             }
             break;
         case JoinRegion::Own:
-            if (pair.knot.empty())
-                return power_series(pair, r);
-            double squares = 0.0;
-            cubic_knot_sum(pair.knot.data(), pair.coef.data(), pair.knot.size(), r, out.v, squares);
-            out.f = 3.0 * squares;
-            break;
+            return own_form(pair, r);
     }
     return out;
 }

@@ -19,10 +19,11 @@ struct DensityValue {
 };
 
 // A pair type as the evaluation reads it. `defined` is false for a pair type whose
-// parameters no row gave.
+// parameters no row gave; asking its cut-off stops with `missing`.
 struct KnotEamPairType {
     int32_t za = 0, zb = 0;
     bool defined = false;
+    std::string missing;
     std::vector<double> knot, coef;  // the knot sum, when the pair term has knots
     double rc = 0.0;                 // else the power series in (rc - r)
     int32_t first_power = 0;
@@ -65,6 +66,10 @@ struct KnotEamState {
 // Builds the state from the keyword's rows (every earlier value replaced) and stores the
 // potential number k.
 void knot_eam_setup(KnotEamState& state, const KnotEamKeyword& keyword, int32_t k);
+
+// The exponential bridge exp(b0 + b1 r + b2 r^2 + b3 r^3) with the value and slope `inner` at
+// r1 and `outer` at r2 (both energies positive).
+Quintic fit_exponential_bridge(double r1, PairValue inner, double r2, PairValue outer);
 
 // Pair type of two atomic numbers: the position of their row; the keyword's refusals and then
 // its general message stop every other pair.

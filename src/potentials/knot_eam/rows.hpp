@@ -44,6 +44,9 @@ struct EamPairRow {
     ScreeningRule rule = ScreeningRule::A;
     double cutoff2 = 0.0;  // A^2: bonds strictly inside
     BridgeJoin join = BridgeJoin::Exponent;
+    // When set, `bridge` is worked out at set-up: exp(b0 + b1 r + b2 r^2 + b3 r^3) through the
+    // values and slopes of ZBL at sr_cutoff and of the own form at cutin.
+    bool fit_bridge = false;
 };
 
 // The density at an atom of element `centre` from a neighbour of element `neighbour`:
