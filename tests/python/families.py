@@ -257,3 +257,7 @@ def fits(family: Family, specie, pos, kinds, trial, periodic) -> bool:
             if any(lo - 2e-3 <= rij <= hi + 2e-3 for lo, hi in family.avoid):
                 return False
     return True
+
+
+def family(keyword: str) -> Family:
+    return next(f for f in FAMILIES if f.keyword == keyword)

@@ -93,7 +93,7 @@ def test_dimer_energies_in_every_region_of_every_pair(workdir, keyword, rows):
 
 
 def test_tabulated_pairs_follow_the_morse_pairs_they_sample(workdir):
-    workdir.use_pairs(fam.FAMILIES[3].pairs, False)
+    workdir.use_pairs(fam.family("MORLIST").pairs, False)
     fam.write_morlist_tables(workdir.path)
     cases = [(pair, r) for pair, (_, _, _, first, last) in fam.MORLIST_MORSE.items()
              for r in np.linspace(first + 1e-6, last - 1e-6, 7)]
@@ -113,7 +113,7 @@ def test_tabulated_pairs_follow_the_morse_pairs_they_sample(workdir):
 
 def test_silver_and_gold_crystals_are_balanced_and_lowest_at_their_lattice_constants(workdir):
     # Published fcc lattice constants: Ag 4.086 A, Au 4.078 A.
-    workdir.use_pairs(fam.FAMILIES[4].pairs, True)
+    workdir.use_pairs(fam.family("ACKLAND").pairs, True)
     out = workdir.ok(
         """
         import json
@@ -142,7 +142,7 @@ def test_silver_and_gold_crystals_are_balanced_and_lowest_at_their_lattice_const
 def test_ternary_alloy_follows_the_functions_its_tables_sample(workdir, periodic):
     # Per-atom energies from the sampled functions; the forces follow from them by the
     # gradient check of the property suite.
-    family = next(f for f in fam.FAMILIES if f.keyword == "TERNARY")
+    family = fam.family("TERNARY")
     workdir.use_pairs(family.pairs, periodic)
     family.write_inputs(workdir.path)
     specie, pos = fam.sample(family, 4, periodic)
