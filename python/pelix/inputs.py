@@ -11,6 +11,7 @@ from __future__ import annotations
 import math
 from collections.abc import Iterable, Mapping
 from dataclasses import dataclass
+from importlib import resources
 from pathlib import Path
 
 import numpy as np
@@ -233,8 +234,18 @@ def input_texts(
     if lattice is not None:
         texts["lattice.IN"] = _lattice_text(lattice)
     if pairs is not None:
+        pairs = list(pairs)
         texts["potfor.IN"] = potfor_in_text(pairs)
+        if any(keyword.strip() == "GIOVANI" for _, _, keyword in pairs):
+            texts.update(nickel_files())
     return texts
+
+
+def nickel_files() -> dict[str, str]:
+    """The nickel functions that "GIOVANI" reads ("NiF.IN", "Niphi.IN", "Niv.IN"), as shipped
+    with the package."""
+    data = resources.files("pelix") / "data"
+    return {name: (data / name).read_text() for name in ("NiF.IN", "Niphi.IN", "Niv.IN")}
 
 
 def write_inputs(
@@ -243,7 +254,8 @@ def write_inputs(
     lattice: str | Mapping[str, Iterable[Slab]] | None = None,
     **run_settings,
 ) -> Path:
-    """Writes "pelix.IN", "lattice.IN" and "potfor.IN" into `directory` (made if missing).
+    """Writes "pelix.IN", "lattice.IN" and "potfor.IN" into `directory` (made if missing), and
+    the nickel files of "GIOVANI" when a pair names it.
 
     Without `lattice` no atom is fixed or marked; `run_settings` are those of `pelix_in_text`.
     """

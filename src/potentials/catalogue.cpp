@@ -6,6 +6,7 @@
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
 #include "potentials/knot_eam/acknial.hpp"
+#include "potentials/knot_eam/giovani.hpp"
 #include "potentials/knot_eam/operations.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
@@ -18,6 +19,7 @@ namespace pelix {
 namespace {
 
 constexpr FamilyOps kAcknial{setup_prms_for_acknial, acknial_cutoff_squared, acknial_call};
+constexpr FamilyOps kGiovani{setup_prms_for_giovani, giovani_cutoff_squared, giovani_call};
 constexpr FamilyOps kAcklist{setup_prms_for_acklist, acklist_cutoff_squared, acklist_call};
 constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
 constexpr FamilyOps kMorlist{setup_prms_for_morlist, morlist_cutoff_squared, morlist_call};
@@ -44,7 +46,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"Qeq", "tio_potlvc_interaction", nullptr},
     {"BPUPOTL", "bpu_potl_interaction", nullptr},
     {"UNTITLE", "untitled_potl_interaction", nullptr},
-    {"GIOVANI", "giovani_interaction", nullptr},
+    {"GIOVANI", "giovani_interaction", &kGiovani},
     {"TERNARY", "ternary_interaction", &kTernary},
     {"FeOPOTL", "feo_potl_interaction", nullptr},
     {"ZERO", "zero_potl_interaction", &kZero},

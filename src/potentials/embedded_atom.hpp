@@ -7,10 +7,11 @@
 //   1. the pair term of every pair, taken from the atom with the smaller index (j > i): half
 //      of V to each atom, F = -dV/dr along u_b pushing them apart;
 //   2. the density rho_i = sum_b phi(r_b) over every bond, each bond's d(phi)/dr saved;
-//   3. the embedding energy F(rho_i) = -sqrt(rho_i) + a2 rho_i^2 + a4 rho_i^4 on atom i;
+//   3. the embedding energy F(rho_i) = s sqrt(rho_i) + a1 rho_i + a2 rho_i^2 + a4 rho_i^4 on
+//      atom i (s = -1 and no other term for the plain square root);
 //   4. the embedding force of every bond, g = -F'(rho_i) d(phi)/dr along u_b, taken off atom i
 //      and added to atom j, so that the sum over all atoms gives the whole embedded-atom force.
-//      The part -1/(2 sqrt(rho_i)) of F' is dropped when sqrt(rho_i) does not exceed `guard`.
+//      The part s/(2 sqrt(rho_i)) of F' is dropped when sqrt(rho_i) does not exceed `guard`.
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -18,6 +19,12 @@
 #include "potentials/family_contract.hpp"
 
 namespace pelix {
+
+// F(rho) = root sqrt(rho) + a1 rho + a2 rho^2 + a4 rho^4.
+struct EmbeddingPolynomial {
+    double root = -1.0;
+    double a1 = 0.0, a2 = 0.0, a4 = 0.0;
+};
 
 // Scratch of the per-atom evaluation, kept by a family from one atom to the next so that it is
 // allocated once per evaluation: the slots, pair types and lengths of the bonds to neighbours of
@@ -72,12 +79,13 @@ auto bond_by_bond(const Term& term) {
 // the scattered additions to the neighbours' forces (in bcc iron, 32 of the 58 bonds lie beyond the
 // density's last knot).
 //
-// Without a2 and a4 (both zero) their terms are left out, and the results are those of the
-// plain square root.
+// Without a1, a2 and a4 (all zero) their terms are left out, and with s = -1 the results are
+// those of the plain square root, bit for bit.
 template <class PairTerms, class DensityTerms>
 void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScratch& scratch,
                              double guard, const PairTerms& pair_terms,
-                             const DensityTerms& density_terms, double a2 = 0.0, double a4 = 0.0) {
+                             const DensityTerms& density_terms,
+                             const EmbeddingPolynomial& embedding = {}) {
     const BondList& bonds = engine.ff.bonds;
     const int32_t first = bonds.datum[m], last = bonds.datum[m + 1];
     if (first == last)
@@ -142,12 +150,12 @@ void sqrt_embedding_interact(Engine& engine, int32_t m, int32_t i, EmbeddingScra
     if (rho < 0.0)
         rho = 0.0;
     const double s = std::sqrt(rho);
-    pei -= s;
-    double c = s > guard ? -0.5 / s : 0.0;  // dF/drho
-    if (a2 != 0.0 || a4 != 0.0) {
-        const double rho2 = rho * rho;
-        pei += rho2 * (a2 + a4 * rho2);
-        c += rho * (2.0 * a2 + 4.0 * a4 * rho2);
+    pei += embedding.root * s;
+    double c = s > guard ? 0.5 * embedding.root / s : 0.0;  // dF/drho
+    if (embedding.a1 != 0.0 || embedding.a2 != 0.0 || embedding.a4 != 0.0) {
+        const double a1 = embedding.a1, a2 = embedding.a2, a4 = embedding.a4, rho2 = rho * rho;
+        pei += rho * (a1 + rho * (a2 + a4 * rho2));
+        c += a1 + rho * (2.0 * a2 + 4.0 * a4 * rho2);
     }
     if (c == 0.0) {
         // The embedding force dropped: zeros again, but a bond between coincident atoms (unit

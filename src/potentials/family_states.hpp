@@ -23,6 +23,7 @@ struct FamilyStates {
     KnotEamState amtest;
     KnotEamState ackleam;
     KnotEamState acknial;
+    KnotEamState giovani;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

@@ -23,6 +23,7 @@
 #include "potentials/buckbw.hpp"
 #include "potentials/family_contract.hpp"
 #include "potentials/knot_eam/acknial.hpp"
+#include "potentials/knot_eam/giovani.hpp"
 #include "potentials/knot_eam/keywords.hpp"
 #include "potentials/knot_eam/knot_eam_family.hpp"
 #include "potentials/knot_eam/operations.hpp"
@@ -118,6 +119,9 @@ class Families : public ::testing::Test {
                                        "rhoFe", "rhoNi", "rhoCr", "F_Fe", "F_Ni", "F_Cr"})
             dir_.write(name + ".IN", name[0] == 'F' ? sampled_table(61, 0.0, 60.0, true)
                                                     : sampled_table(61, 1.0, 5.5, true));
+        dir_.write("NiF.IN", "0.5 -1\n");
+        dir_.write("Niphi.IN", "27.875 2 5.6 0.25\n");
+        dir_.write("Niv.IN", "2.0 100\n2.5 1\n");
     }
     test_support::ScratchDir dir_{true};
 };
@@ -178,6 +182,12 @@ const std::vector<Family> kFamilies = {
      [](const Engine& e) { return e.families.acknial.idnum; }, {{kNi, kNi, 1, 1.225 * 3.52422}},
      {{kNi, kFe, "FUNCTION ACKLNiAl_MAPIJ: Problems to set ACKLNiAl_MAPIJ"}}, 300,
      "ACKLEAM_NEB: NEBTOT > INTERSIZE"},
+    {"GIOVANI", giovani_mapij, [](int32_t z) { return z == kFe || z == kNi || z == kCr; },
+     setup_prms_for_giovani, giovani_cutoff_squared, giovani_call,
+     [](const Engine& e) { return e.families.giovani.idnum; },
+     {{kFe, kFe, 1, 4.0}, {kNi, kNi, 2, 5.6}, {kCr, kCr, 3, 5.6}, {kFe, kNi, 4, 5.6},
+      {kFe, kCr, 5, 5.6}, {kNi, kCr, 6, 5.6}},
+     {{kFe, kP, problems("GIOVANI")}}, 300, wrong("GIOVANI")},
     knot_eam<kAckleamKeyword, &FamilyStates::ackleam>("ACKLEAM",
      {{kP, kP, 1, 5.3}, {kP, kFe, 2, 5.3}, {kFe, kFe, 3, 5.3}},
      {{kFe, kNi, "FUNCTION ACKLEAM_MAPIJ: Problems to set ACKLEAM_MAPIJ"}}),
@@ -273,6 +283,7 @@ TEST_F(Families, TableFilesAreReadUpToTheirPointLimitsAndBadFilesNamed) {
              "ACKNIAL: no parameters for the Ni-Al pair; give them in acknial.IN"},
             {acknial_mixed_cutoff, "acknial.IN", "pair Ni Al\n4.0 1.0\n",
              "acknial.IN: no density at Ni from Al for the Ni-Al pair"},
+            {set_up<setup_prms_for_giovani>, "Niphi.IN", "", "Niphi.IN: file not found"},
             {ternary, "pFeCr.IN", "", "pFeCr.IN"},
             {ternary, "pNiCr.IN", short_file, "pNiCr.IN line 4: expected"},
             {ternary, "rhoCr.IN", sampled_table(60, 1.0, 5.5),

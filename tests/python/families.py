@@ -15,6 +15,8 @@ from typing import Callable
 
 import numpy as np
 
+from pelix.inputs import nickel_files
+
 
 def write_table(path, x0: float, x1: float, n: int, columns) -> None:
     """A table file of n records "x c1 c2 ..." at x = x0 .. x1 evenly spaced, count first,
@@ -101,6 +103,11 @@ def write_acknial_file(directory: Path) -> None:
             lines.append(f"density {centre} {neighbour}")
             lines += [f"{x * scale!r}, {c!r}" for x, c in ACKNIAL_DENSITY]
     (Path(directory) / "acknial.IN").write_text("\n".join(lines + ["embedding Al 1e-3 0"]) + "\n")
+
+
+def write_nickel_files(directory: Path) -> None:
+    for name, text in nickel_files().items():
+        (Path(directory) / name).write_text(text)
 
 
 def every_pair(symbols, keyword):
@@ -194,6 +201,11 @@ FAMILIES = [
            {key: [(0.61, True), (2.0, True), (1.225 * scale, True)]
             for key, scale in ACKNIAL_SCALE.items()},
            closest=0.55, box=12.0, atoms=8, tables=write_acknial_file),
+    Family("GIOVANI", "FeNiCr", every_pair(TERNARY_SYMBOLS, "GIOVANI"),
+           {key: [(zbl, True), (2.0, True), (4.0 if key == (0, 0) else 5.6, True)]
+            for key, zbl in {(0, 0): 0.9, (1, 1): 0.6, (2, 2): 0.5, (0, 1): 0.8, (0, 2): 0.8,
+                             (1, 2): 0.8}.items()},
+           closest=0.45, box=12.0, atoms=8, tables=write_nickel_files),
     Family("TERNARY", "FeNiCr", every_pair(TERNARY_SYMBOLS, "TERNARY"),
            {key: [(5.18, False)] for key in TERNARY_MORSE},
            closest=1.9, box=11.0, atoms=8, tables=write_ternary_tables),

@@ -12,6 +12,8 @@ from pathlib import Path
 import numpy as np
 import pytest
 
+from pelix.inputs import nickel_files
+
 ROOT = Path(__file__).resolve().parents[2]
 POTENTIALS = Path("/usr/share/lammps/potentials")
 BENCHMARKS = ROOT / "benchmarks"
@@ -19,12 +21,14 @@ OPENKIM_NI = (ROOT / "build/openkim/usr/lib/x86_64-linux-gnu/kim-api/portable-mo
               / "EAM_Dynamo_AcklandTichyVitek_1987_Ni__MO_977363131043_005"
               / "libkim-api-portable-model.so")
 
-# keyword, tabulation, its elements (LAMMPS types 1, 2 ...), our species, fraction of P sites,
-# lattice and lattice parameter
-CASES = [("MENDEL", POTENTIALS / "Fe_mm.eam.fs", "Fe", "Fe", 0.0, "bcc", 2.8553),
-         ("AMtest", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "Fe", 0.0, "bcc", 2.8553),
-         ("ACKLEAM", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "FeP_", 0.06, "bcc", 2.8553),
-         ("ACKNIAL", OPENKIM_NI, "Ni", "Ni", 0.0, "fcc", 3.52422)]
+# keyword, tabulation, its elements (LAMMPS types 1, 2 ...), our species, fractions of the sites
+# given to the second, third ... element, lattice and lattice parameter
+CASES = [("MENDEL", POTENTIALS / "Fe_mm.eam.fs", "Fe", "Fe", (), "bcc", 2.8553),
+         ("AMtest", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "Fe", (), "bcc", 2.8553),
+         ("ACKLEAM", POTENTIALS / "FeP_mm.eam.fs", "Fe P", "FeP_", (0.06,), "bcc", 2.8553),
+         ("ACKNIAL", OPENKIM_NI, "Ni", "Ni", (), "fcc", 3.52422),
+         ("GIOVANI", ROOT / "tests/data/FeNiCr_Bonny2011.eam.alloy", "Fe Ni Cr", "FeNiCr",
+          (0.1, 0.2), "fcc", 3.56)]
 
 
 def tabulation(path: Path, directory: Path) -> Path:
@@ -51,12 +55,13 @@ lmp.commands_list(["units metal", "atom_style atomic", "boundary p p p",
                   + [f"mass {k + 1} 1.0" for k in range(len(elements.split()))])
 n = len(specie)
 lmp.create_atoms(n, list(range(1, n + 1)), [s + 1 for s in specie], pos)
-lmp.commands_list(["pair_style eam/fs", f"pair_coeff * * {file} {elements}", "run 0"])
+style = "eam/alloy" if file.endswith(".eam.alloy") else "eam/fs"
+lmp.commands_list([f"pair_style {style}", f"pair_coeff * * {file} {elements}", "run 0"])
 print(json.dumps([lmp.get_thermo("pe"), list(lmp.gather_atoms("f", 1, 3)[:])]))
 """
 
 
-def shaken_crystal(cells: int, lattice: str, a: float, p_fraction: float, seed: int):
+def shaken_crystal(cells: int, lattice: str, a: float, fractions, seed: int):
     rng = np.random.default_rng(seed)
     grid = np.array([(x, y, z) for x in range(cells) for y in range(cells) for z in range(cells)])
     basis = [(0, 0, 0), (0.5, 0.5, 0.5)] if lattice == "bcc" else [
@@ -64,21 +69,25 @@ def shaken_crystal(cells: int, lattice: str, a: float, p_fraction: float, seed: 
     sites = np.vstack([grid + b for b in basis]) * a
     pos = sites + rng.uniform(-0.12, 0.12, sites.shape)
     specie = np.zeros(len(sites), int)
-    specie[rng.choice(len(sites), int(round(p_fraction * len(sites))), replace=False)] = 1
+    order = rng.permutation(len(sites))
+    for k, end in enumerate(np.cumsum(np.round(np.array(fractions) * len(sites))).astype(int)):
+        specie[order[np.count_nonzero(specie):end]] = k + 1
     return specie.tolist(), np.mod(pos, cells * a).ravel().tolist(), cells * a
 
 
 @pytest.mark.skipif(__import__("os").environ.get("PELIX_SANITIZED") == "1",
                     reason="third-party program")
-@pytest.mark.parametrize("keyword, file, elements, species, p_fraction, lattice, a", CASES,
+@pytest.mark.parametrize("keyword, file, elements, species, fractions, lattice, a", CASES,
                          ids=[c[0] for c in CASES])
 def test_crystal_agrees_with_lammps_on_the_published_tabulation(
-        workdir, keyword, file, elements, species, p_fraction, lattice, a):
+        workdir, keyword, file, elements, species, fractions, lattice, a):
     path = tabulation(file, workdir.path)
-    specie, pos, side = shaken_crystal(5 if lattice == "bcc" else 4, lattice, a, p_fraction, 3)
-    assert p_fraction == 0 or 0 < sum(specie) < len(specie)
+    specie, pos, side = shaken_crystal(5 if lattice == "bcc" else 4, lattice, a, fractions, 3)
+    assert len(set(specie)) == len(fractions) + 1
     names = [species[k:k + 2] for k in range(0, len(species), 2)]
     workdir.use_pairs([(a, b, keyword) for k, a in enumerate(names) for b in names[k:]], True)
+    for name, text in nickel_files().items() if keyword == "GIOVANI" else ():
+        workdir.write(name, text)
     energy, pe, force = workdir.run_calls(species, [(specie, pos)], (side,) * 3)[0]
     theirs = subprocess.run(
         [sys.executable, "-c", LAMMPS, str(BENCHMARKS),

@@ -1,5 +1,6 @@
 #include "potentials/knot_eam/knot_eam.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -37,6 +38,8 @@ KnotEamPairType pair_type_of(const EamPairRow& row) {
     out.cutin = row.cutin;
     out.conrh2 = row.cutoff2;
     out.zbl = zbl_terms(row.rule, row.za, row.zb);
+    out.density_coef = row.density_coef;
+    out.density_term = row.density_term;
     if (row.fit_bridge && out.defined)
         out.bridge = fit_exponential_bridge(out.sr_cutoff, zbl_evaluate(out.zbl, out.sr_cutoff),
                                             out.cutin, own_form(out, out.cutin));
@@ -46,6 +49,19 @@ KnotEamPairType pair_type_of(const EamPairRow& row) {
 void add_element(KnotEamState& state, int32_t z) {
     if (state.element_index(z) < 0)
         state.element.push_back(z);
+}
+
+// The largest knot with a non-zero coefficient.
+double reach(const std::vector<double>& knot, const std::vector<double>& coef) {
+    double out = 0.0;
+    for (std::size_t k = 0; k < knot.size(); ++k)
+        if (coef[k] != 0.0)
+            out = std::max(out, knot[k]);
+    return out;
+}
+
+double reach(const KnotEamDensity& density) {
+    return density.knot.empty() ? density.screened.rc : reach(density.knot, density.coef);
 }
 
 // sum_n c_n x^n for n = first, first + 1, ... and its derivative, x = rc - r > 0.
@@ -91,18 +107,42 @@ void for_each_type_run(const int32_t* type, int32_t n, const Run& run) {
     }
 }
 
-// The pair's own form beyond the bridge: its knot sum, or its power series.
+// Adds the pair's density term to its own form at r.
+void add_density_term(const KnotEamPairType& pair, double r, double& v, double& f) {
+    const DensityValue term = screened_density(pair.density_term, r);
+    v += pair.density_coef * term.rho;
+    f -= pair.density_coef * term.drho;
+}
+
+// The pair's own form beyond the bridge: its knot sum, or its power series, and its density
+// term.
 PairValue own_form(const KnotEamPairType& pair, double r) {
-    if (pair.knot.empty())
-        return power_series(pair, r);
     PairValue out;
-    double squares = 0.0;
-    cubic_knot_sum(pair.knot.data(), pair.coef.data(), pair.knot.size(), r, out.v, squares);
-    out.f = 3.0 * squares;
+    if (pair.knot.empty()) {
+        out = power_series(pair, r);
+    } else {
+        double squares = 0.0;
+        cubic_knot_sum(pair.knot.data(), pair.coef.data(), pair.knot.size(), r, out.v, squares);
+        out.f = 3.0 * squares;
+    }
+    if (pair.density_coef != 0.0)
+        add_density_term(pair, r, out.v, out.f);
     return out;
 }
 
 }  // namespace
+
+DensityValue screened_density(const ScreenedDensity& form, double r) {
+    DensityValue out;
+    if (!(r < form.rc))
+        return out;
+    const double g = form.a * std::exp(-form.beta * r) / r;
+    const double x = (r - form.rc) / form.h, x3 = x * x * x, x4 = x3 * x;
+    const double w = x4 / (1.0 + x4);
+    out.rho = g * w;
+    out.drho = g * ((-form.beta - 1.0 / r) * w + 4.0 * x3 / ((1.0 + x4) * (1.0 + x4) * form.h));
+    return out;
+}
 
 Quintic fit_exponential_bridge(double r1, PairValue inner, double r2, PairValue outer) {
     // p(r) = ln V and p'(r) = -F / V at both ends: four linear equations in b0..b3, solved by
@@ -162,9 +202,22 @@ void knot_eam_setup(KnotEamState& state, const KnotEamKeyword& keyword, int32_t 
                     density.knot = copy(row.psi.knot);
                     density.coef = copy(row.psi.coef);
                     density.scale = row.scale;
+                    density.screened = row.screened;
                 }
             }
         }
+    }
+    // A pair type without a given cut-off reaches as far as its pair term or its densities.
+    for (std::size_t t = 0; t < state.pair.size(); ++t) {
+        KnotEamPairType& pair = state.pair[t];
+        if (pair.conrh2 != 0.0 || !pair.defined)
+            continue;
+        double cutoff = std::max({reach(pair.knot, pair.coef), pair.power.empty() ? 0.0 : pair.rc,
+                                  pair.density_coef != 0.0 ? pair.density_term.rc : 0.0});
+        for (std::size_t e = 0; e < state.element.size(); ++e)
+            if (state.element[e] == pair.za || state.element[e] == pair.zb)
+                cutoff = std::max(cutoff, reach(state.density[e * state.pair.size() + t]));
+        pair.conrh2 = cutoff * cutoff;
     }
 }
 
@@ -217,6 +270,8 @@ PairValue knot_eam_pair(const KnotEamState& state, int32_t t, double r) {
 DensityValue knot_eam_density(const KnotEamState& state, int32_t centre, int32_t t, double r) {
     DensityValue out;
     const KnotEamDensity& density = state.density_of(state.element_index(centre), t);
+    if (density.knot.empty())
+        return screened_density(density.screened, r);
     double squares = 0.0;
     cubic_knot_sum(density.knot.data(), density.coef.data(), density.knot.size(), r, out.rho,
                    squares);
@@ -247,6 +302,8 @@ void knot_eam_bond_pairs(const KnotEamState& state, const int32_t* type, const d
                 const PairValue value = knot_eam_bond_pair(pair, r[k]);
                 v[k] = value.v;
                 f[k] = value.f;
+            } else if (pair.density_coef != 0.0) {
+                add_density_term(pair, r[k], v[k], f[k]);
             }
         }
     });
@@ -256,6 +313,14 @@ void knot_eam_bond_densities(const KnotEamState& state, int32_t e, const int32_t
                              const double* r, int32_t n, double* rho, double* drho) {
     for_each_type_run(type, n, [&](int32_t t, int32_t from, int32_t to) {
         const KnotEamDensity& density = state.density_of(e, t);
+        if (density.knot.empty()) {
+            for (int32_t k = from; k < to; ++k) {
+                const DensityValue value = screened_density(density.screened, r[k]);
+                rho[k] = value.rho;
+                drho[k] = value.drho;
+            }
+            return;
+        }
         cubic_knot_sums_many(density.knot.data(), density.coef.data(), density.knot.size(),
                              r + from, static_cast<std::size_t>(to - from), rho + from,
                              drho + from);

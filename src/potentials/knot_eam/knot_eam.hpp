@@ -32,12 +32,18 @@ struct KnotEamPairType {
     BridgeJoin join = BridgeJoin::Exponent;
     double sr_cutoff = 0.0, cutin = 0.0, conrh2 = 0.0;
     ZblTerms zbl{};
+    double density_coef = 0.0;
+    ScreenedDensity density_term{};
 };
 
 struct KnotEamDensity {
     std::vector<double> knot, coef;
     double scale = 1.0;
+    ScreenedDensity screened{};
 };
+
+// The screened density and its derivative at r.
+DensityValue screened_density(const ScreenedDensity& form, double r);
 
 struct KnotEamState {
     int32_t idnum = 0;

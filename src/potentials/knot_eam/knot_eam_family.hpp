@@ -42,7 +42,7 @@ struct KnotEamFamily {
             [this, e](const int32_t* type, const double* r, int32_t n, double* rho, double* drho) {
                 knot_eam_bond_densities(state, e, type, r, n, rho, drho);
             },
-            embedding.a2, embedding.a4);
+            EmbeddingPolynomial{embedding.root, embedding.a1, embedding.a2, embedding.a4});
     }
 };
 

@@ -4,7 +4,7 @@
 // set-up (see knot_eam.hpp). The energy of atom i of element e is
 //
 //   E_i = 1/2 sum_j V_ij(r_ij) + F_e(rho_i),   rho_i = sum_j psi_(e, e_j)(r_ij),
-//   F_e(rho) = -sqrt(rho) + a2 rho^2 + a4 rho^4,
+//   F_e(rho) = s sqrt(rho) + a1 rho + a2 rho^2 + a4 rho^4   (s = -1 but where given),
 //
 // with each pair term V joined to the screened nuclear repulsion at short range: ZBL alone at
 // and below `sr_cutoff`, a bridge p(r) (in the exponent, V = exp(p), or as the energy itself,
@@ -30,6 +30,11 @@ struct PowerSeries {
     std::span<const double> coef;
 };
 
+// A exp(-beta r) / r * x^4 / (1 + x^4) with x = (r - rc) / h, for r < rc; zero beyond.
+struct ScreenedDensity {
+    double a = 0.0, beta = 0.0, rc = 0.0, h = 0.0;
+};
+
 enum class BridgeJoin { Exponent, Energy };
 
 // One unordered element pair; its position among a keyword's rows is its pair type (1-based).
@@ -42,25 +47,30 @@ struct EamPairRow {
     double sr_cutoff = 0.0;  // A: ZBL at and below
     double cutin = 0.0;      // A: the bridge below
     ScreeningRule rule = ScreeningRule::A;
-    double cutoff2 = 0.0;  // A^2: bonds strictly inside
+    double cutoff2 = 0.0;  // A^2: bonds strictly inside; 0: as far as the terms reach
     BridgeJoin join = BridgeJoin::Exponent;
     // When set, `bridge` is worked out at set-up: exp(b0 + b1 r + b2 r^2 + b3 r^3) through the
     // values and slopes of ZBL at sr_cutoff and of the own form at cutin.
     bool fit_bridge = false;
+    // A multiple of a density function added to the own form.
+    double density_coef = 0.0;
+    ScreenedDensity density_term{};
 };
 
 // The density at an atom of element `centre` from a neighbour of element `neighbour`:
-// scale x the knot sum.
+// scale x the knot sum, or the screened form when there are no knots.
 struct EamDensityRow {
     int32_t centre = 0, neighbour = 0;
     KnotSum psi{};
     double scale = 1.0;
+    ScreenedDensity screened{};
 };
 
-// The embedding terms beyond -sqrt(rho) of an element.
+// The embedding of an element: a2, a4 beside -sqrt(rho), or every coefficient.
 struct EamElementRow {
     int32_t z = 0;
     double a2 = 0.0, a4 = 0.0;
+    double a1 = 0.0, root = -1.0;
 };
 
 // An element pair refused with a message of its own (either order).
