@@ -12,10 +12,12 @@ if [ ! -f /usr/include/gtest/gtest.h ] || [ ! -f /usr/share/lammps/potentials/Fe
     as_root apt-get update -qq
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq libgtest-dev lammps
 fi
-# The 1987 nickel tabulation of Debian's openkim-models, unpacked without installing it.
-if [ ! -d build/openkim/usr ]; then
-    mkdir -p build/openkim
-    (cd build/openkim && { apt-get download -qq openkim-models 2>/dev/null \
+# The 1987 nickel tabulation of Debian's openkim-models, unpacked without installing it, into a
+# cache outside the tree (tests/python/test_published_eam.py reads it from there).
+openkim="${XDG_CACHE_HOME:-$HOME/.cache}/pelix/openkim"
+if [ ! -d "$openkim/usr" ]; then
+    mkdir -p "$openkim"
+    (cd "$openkim" && { apt-get download -qq openkim-models 2>/dev/null \
         || { as_root apt-get update -qq && apt-get download -qq openkim-models; } } \
         && dpkg-deb --fsys-tarfile openkim-models_*.deb \
         | tar -x --wildcards '*/EAM_Dynamo_AcklandTichyVitek_1987_Ni__MO_977363131043_005/*' \

@@ -103,8 +103,8 @@ void setup_prms_for_acknial(Engine& engine, int32_t k) {
                 row.knots = {sum.knot, sum.coef};
                 row.fit_bridge = true;
                 row.cutoff2 = 0.0;
-                for (const auto& [centre, neighbour] :
-                     {std::pair{row.za, row.zb}, {row.zb, row.za}})
+                for (const auto& [a, b] : {std::pair{row.za, row.zb}, {row.zb, row.za}}) {
+                    const int32_t centre = a, neighbour = b;
                     if (std::none_of(densities.begin(), densities.end(), [&](const auto& d) {
                             return d.centre == centre && d.neighbour == neighbour;
                         }))
@@ -112,6 +112,7 @@ void setup_prms_for_acknial(Engine& engine, int32_t k) {
                                     "no density at " + symbol(centre) + " from " +
                                         symbol(neighbour) + " for the " +
                                         pair_name(row.za, row.zb) + " pair");
+                }
             }
         }
     }
