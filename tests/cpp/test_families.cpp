@@ -353,6 +353,25 @@ TEST(Ackland, IronDimerCarriesHalfItsPairTermAndItsOwnEmbedding) {
     }
 }
 
+// A bridge fitted at set-up meets ZBL at the short-range radius and the pair term at its end
+// with the same energy and slope: no force jumps there.
+TEST_F(Families, FittedBridgesJoinWithoutAStepInEnergyOrForce) {
+    Engine engine;
+    setup_prms_for_acknial(engine, 1);
+    setup_prms_for_giovani(engine, 1);
+    for (const KnotEamState* state : {&engine.families.acknial, &engine.families.giovani})
+        for (const KnotEamPairType& pair : state->pair) {
+            if (!pair.defined)
+                continue;
+            for (const double edge : {pair.sr_cutoff, pair.cutin}) {
+                const PairValue in = knot_eam_bond_pair(pair, std::nextafter(edge, 0.0)),
+                                out = knot_eam_bond_pair(pair, std::nextafter(edge, 10.0));
+                EXPECT_NEAR(in.v, out.v, 1e-9 * std::abs(in.v)) << pair.za << "-" << pair.zb;
+                EXPECT_NEAR(in.f, out.f, 1e-9 * std::abs(in.f)) << pair.za << "-" << pair.zb;
+            }
+        }
+}
+
 // Many distances at once give the bits of one at a time, for every pair type, every start and
 // every count (blocks of eight and four lanes and each tail): distances between, on and beyond
 // the knots, tiny, huge and not a number.
