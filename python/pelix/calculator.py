@@ -8,6 +8,7 @@ duration of each force call, and refuses a second calculator that would need oth
 
 from __future__ import annotations
 
+import math
 import os
 import threading
 from collections.abc import Iterable, Mapping
@@ -125,7 +126,9 @@ class Calculator(AseCalculator):
         slabs of "lattice.IN" as {"x": [(code, lo, hi), ...], "y": ..., "z": ...}.
 
     The cell must be orthorhombic. Species come from the chemical symbols, charges from the
-    initial charges. Only one directory can serve the engine in a process.
+    initial charges. Only one directory can serve the engine in a process. A periodic axis
+    shorter than the interaction range (largest cut-off plus 0.3 A, see `interaction_range`)
+    is handled by repeating the cell along it for the engine; results are those of the cell.
     """
 
     implemented_properties = ["energy", "free_energy", "energies", "forces"]
@@ -160,6 +163,8 @@ class Calculator(AseCalculator):
             if _session.pair_records is None:
                 _session.pair_records = records
         self.engine_directory = path
+        self._has_slabs = bool(lattice) and any(list(slabs) for slabs in lattice.values())
+        self._copies: dict = {}  # (box, periodic flags) -> copies of the cell along x, y, z
 
     def set(self, **kwargs):
         if kwargs:
@@ -182,34 +187,55 @@ class Calculator(AseCalculator):
         specie = np.array([number[s] for s in symbols], dtype=np.int32)
         pos = _wrapped_positions(atoms, box).reshape(-1)
         charge = np.ascontiguousarray(atoms.get_initial_charges(), dtype=float)
-        force = np.zeros(3 * natoms)
-        kearray = np.zeros(natoms)
-        pearray = np.zeros(natoms)
         everyone = np.zeros(0, dtype=np.int32)
         pbc = tuple(int(bool(p)) for p in atoms.pbc)
         if natoms == 0:  # the module takes no empty arrays; nothing interacts
-            self.results = {"energy": 0.0, "free_energy": 0.0, "energies": pearray,
-                            "forces": force.reshape(0, 3)}
+            self.results = {"energy": 0.0, "free_energy": 0.0, "energies": np.zeros(0),
+                            "forces": np.zeros((0, 3))}
             return
 
-        with _session.lock:
-            previous = os.getcwd()
-            os.chdir(self.engine_directory)
-            try:
-                engine = self._prepared_engine(pbc)
-                energy, _, _, status = engine.calcforce(
-                    -1, "".join(species), specie, pos, charge, force, kearray, pearray,
-                    box[0], box[1], box[2], everyone, everyone,
-                )
-            finally:
-                os.chdir(previous)
-        if status != 0:
-            raise LostAtomError(self._lost_atom_report(pos.reshape(-1, 3), box, symbols))
+        # A periodic axis shorter than the interaction range would miss images beyond the
+        # nearest: the cell is then repeated along it and the engine sees the supercell.
+        copies = self._copies.get((tuple(box), pbc), (1, 1, 1))
+        while True:
+            shifts = np.array([(i, j, k) for i in range(copies[0]) for j in range(copies[1])
+                               for k in range(copies[2])], dtype=float) * box
+            big_pos = (pos.reshape(1, -1, 3) + shifts[:, None, :]).reshape(-1)
+            count = len(shifts)
+            force = np.zeros(3 * natoms * count)
+            kearray, pearray = np.zeros(natoms * count), np.zeros(natoms * count)
+            with _session.lock:
+                previous = os.getcwd()
+                os.chdir(self.engine_directory)
+                try:
+                    engine = self._prepared_engine(pbc)
+                    energy, _, _, status = engine.calcforce(
+                        -1, "".join(species), np.tile(specie, count), big_pos,
+                        np.tile(charge, count), force, kearray, pearray,
+                        *(box * copies), everyone, everyone,
+                    )
+                    reach = engine.interaction_range()
+                finally:
+                    os.chdir(previous)
+            if status != 0:
+                raise LostAtomError(self._lost_atom_report(pos.reshape(-1, 3), box, symbols))
+            needed = tuple(max(c, math.ceil(reach / length)) if periodic else 1
+                           for c, length, periodic in zip(copies, box, pbc))
+            if needed == copies:
+                break
+            if self._has_slabs:
+                raise ValueError(
+                    f"a periodic axis of the box {tuple(box)} is shorter than the interaction "
+                    f"range {reach:g} A, and the cell cannot be repeated along it because "
+                    "\"lattice.IN\" slabs are given in the box's coordinates; make the cell at "
+                    "least that long along its periodic axes")
+            copies = needed
+        self._copies[(tuple(box), pbc)] = copies
         self.results = {
-            "energy": energy,
-            "free_energy": energy,
-            "energies": pearray,
-            "forces": force.reshape(natoms, 3),
+            "energy": energy / count,
+            "free_energy": energy / count,
+            "energies": pearray[:natoms],
+            "forces": force[:3 * natoms].reshape(natoms, 3),
         }
 
     def _prepared_engine(self, pbc: tuple[int, int, int]):

@@ -558,6 +558,7 @@ void setup_nebour_parameters(Engine& engine, double& range) {
     range = rmax + settings.neblst_skin;
     if (ewald)
         range = std::max(range, EwaldParameters::real_cutoff);
+    settings.range = range;
 
     double margin = 0.0;
     for (int32_t i = 0; i < numel; ++i) {

@@ -17,6 +17,9 @@ struct NeighbourSettings {
     SpeciesMatrix<double> radius;  // cut-off plus skin, per species pair
     SpeciesMatrix<double> radus2;  // its square
     int64_t nlstmx = 0;            // list capacity: 2000 entries per atom, a limit
+    // The interaction range of the last set-up (largest pair radius, skin included): a periodic
+    // axis shorter than it misses images beyond the nearest.
+    double range = 0.0;
 };
 
 // Sets the pair radii, the spatial-decomposition margin and the cell grid; returns the

@@ -653,6 +653,12 @@ PyObject* py_read_pelix_in(PyObject*, PyObject* args, PyObject* kwds) {
     return Py_BuildValue("i", status);
 }
 
+// Not one of the specified entry points: the interaction range of the last force call, for
+// callers that must know how long a periodic axis has to be.
+PyObject* py_interaction_range(PyObject*, PyObject*) {
+    return PyFloat_FromDouble(process_engine().neighbours.range);
+}
+
 // ---------------------------------------------------------------------------------------
 // Doc strings and module definition.
 
@@ -734,6 +740,10 @@ PyMethodDef methods[] = {
      METH_VARARGS | METH_KEYWORDS, set_pbcs_doc},
     {"read_pelix_in", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(py_read_pelix_in)),
      METH_VARARGS | METH_KEYWORDS, read_pelix_in_doc},
+    {"interaction_range", py_interaction_range, METH_NOARGS,
+     "interaction_range() -> the largest pair radius of the last force call (cut-off plus the\n"
+     "0.3 A skin, or the Ewald real-space cut-off), 0.0 before the first. A periodic axis\n"
+     "shorter than it gives wrong results: replicate the cell along it."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyModuleDef module_def = {PyModuleDef_HEAD_INIT,

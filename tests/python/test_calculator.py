@@ -121,3 +121,28 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         """)
     assert out.splitlines()[-1] == "survived"
 
+
+
+def test_cells_shorter_than_the_interaction_range_are_repeated_for_the_engine(tmp_path):
+    # A two-atom bcc cell (2.87 A, range 5.6 A) and a shaken 1 x 2 x 1 cell: energy per atom,
+    # per-atom energies and forces as for the same atoms repeated into a cell longer than the
+    # range; the published bcc iron energy per atom of the family (-3.8857 eV) as the anchor.
+    out = run_script(tmp_path, """
+        import numpy as np
+        from ase.build import bulk
+        import pelix
+
+        calc = pelix.Calculator(".", pairs=[("Fe", "Fe", "ACKLAND")])
+        small = bulk("Fe", "bcc", a=2.8665, cubic=True)
+        small.calc = calc
+        print(small.get_potential_energy() / 2)
+        small = small.repeat((1, 2, 1))
+        small.positions += np.random.default_rng(3).uniform(-0.1, 0.1, (4, 3))
+        big = small.repeat((3, 2, 3))
+        small.calc = big.calc = calc
+        assert abs(small.get_potential_energy() - big.get_potential_energy() / 18) < 1e-11
+        assert np.abs(small.get_potential_energies() - big.get_potential_energies()[:4]).max() < 1e-12
+        assert np.abs(small.get_forces() - big.get_forces()[:4]).max() < 1e-12
+        assert np.abs(small.get_forces()).max() > 0.1
+    """)
+    assert float(out.splitlines()[-1]) == pytest.approx(-3.88573288835, abs=1e-10)
