@@ -1,4 +1,5 @@
-"""Molecular dynamics of bcc iron with the embedded-atom family "ACKLAND".
+"""Molecular dynamics of bcc iron with the embedded-atom family "MENDEL" (the published iron
+potential of Mendelev et al. 2003, "Fe #2").
 
 A periodic bcc iron crystal starts from Maxwell-Boltzmann velocities and runs with ASE's
 Velocity Verlet integrator at a 1 fs step, without a thermostat, so the total energy must
@@ -23,7 +24,7 @@ from tqdm import tqdm
 
 import pelix
 
-IRON_LATTICE = 2.8665  # A, the lattice constant the family is fitted to
+IRON_LATTICE = 2.8553  # A, the bcc lattice constant of the potential (Mendelev et al. 2003)
 
 
 def thermalize(atoms, temperature_k: float, rng: np.random.Generator) -> None:
@@ -78,7 +79,7 @@ def main(argv: list[str] | None = None) -> int:
     natoms = len(atoms)
     thermalize(atoms, args.temperature, np.random.default_rng(args.seed))
     with tempfile.TemporaryDirectory(prefix="pelix-md-") as workdir:
-        atoms.calc = pelix.Calculator(workdir, pairs=[("Fe", "Fe", "ACKLAND")])
+        atoms.calc = pelix.Calculator(workdir, pairs=[("Fe", "Fe", "MENDEL")])
         dyn = VelocityVerlet(atoms, timestep=args.timestep * units.fs)
         kinetic, potential = [], []
         start = time.perf_counter()
