@@ -44,11 +44,9 @@ struct AcklistFamily {
         sqrt_embedding_interact(
             engine, m, i, scratch, kAcklistEmbeddingGuard, bond_by_bond(pair),
             [this](const int32_t*, const double* r, int32_t n, double* rho, double* drho) {
-                cubic_knot_sums_many(state.acklist_rr.data(), state.acklist_ar.data(),
-                                     state.acklist_rr.size(), r, static_cast<std::size_t>(n), rho,
-                                     drho);
-                for (int32_t k = 0; k < n; ++k)
-                    drho[k] = -3.0 * drho[k];
+                cubic_knot_densities_many(state.acklist_rr.data(), state.acklist_ar.data(),
+                                          state.acklist_rr.size(), r, static_cast<std::size_t>(n),
+                                          rho, drho);
             });
     }
 };
@@ -125,10 +123,8 @@ PairValue acklist_bond_pair(const AcklistState& state, int32_t t, double r) {
 
 DensityValue acklist_density(const AcklistState& state, int32_t, double r) {
     DensityValue out;
-    double squares = 0.0;
-    cubic_knot_sum(state.acklist_rr.data(), state.acklist_ar.data(), state.acklist_rr.size(), r,
-                   out.rho, squares);
-    out.drho = -3.0 * squares;
+    cubic_knot_density(state.acklist_rr.data(), state.acklist_ar.data(), state.acklist_rr.size(), r,
+                       out.rho, out.drho);
     return out;
 }
 

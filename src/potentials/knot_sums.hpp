@@ -45,4 +45,20 @@ inline void cubic_knot_sum(const double* knots, const double* coefficients, std:
 void cubic_knot_sums_many(const double* knots, const double* coefficients, std::size_t n,
                           const double* r, std::size_t count, double* cubes, double* squares);
 
+// A density that is a knot sum: its value rho = cubes and slope drho = d(cubes)/dr = -3 squares,
+// at one distance and at `count` distances (bit for bit the same).
+inline void cubic_knot_density(const double* knots, const double* coefficients, std::size_t n,
+                               double r, double& rho, double& drho) {
+    double squares = 0.0;
+    cubic_knot_sum(knots, coefficients, n, r, rho, squares);
+    drho = -3.0 * squares;
+}
+inline void cubic_knot_densities_many(const double* knots, const double* coefficients,
+                                      std::size_t n, const double* r, std::size_t count,
+                                      double* rho, double* drho) {
+    cubic_knot_sums_many(knots, coefficients, n, r, count, rho, drho);
+    for (std::size_t k = 0; k < count; ++k)
+        drho[k] = -3.0 * drho[k];
+}
+
 }  // namespace pelix

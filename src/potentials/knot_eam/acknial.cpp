@@ -128,21 +128,20 @@ void setup_prms_for_acknial(Engine& engine, int32_t k) {
     for (KnotEamPairType& pair : state.pair) {
         const std::string name = pair_name(pair.za, pair.zb);
         pair.missing = "ACKNIAL: no parameters for the " + name + " pair; give them in " + path;
-        const bool bridge_finite = std::all_of(pair.bridge.b.begin(), pair.bridge.b.end(),
-                                               [](double b) { return std::isfinite(b); });
-        if (pair.defined && !bridge_finite)
+        if (pair.defined && !pair.bridge_joined())
             nrerror("ACKNIAL: the " + name +
                     " pair term must be positive at 2.0 A, where its bridge to ZBL ends");
     }
 }
 
+using AcknialOperations = KnotEamOperations<kAcknialKeyword, &FamilyStates::acknial>;
+
 double acknial_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
-    return knot_eam_cutoff_squared(engine.families.acknial, kAcknialKeyword, za, zb);
+    return AcknialOperations::cutoff_squared(engine, za, zb);
 }
 
 void acknial_call(Engine& engine) {
-    KnotEamFamily<kAcknialKeyword> family{engine.families.acknial};
-    evaluate_family(engine, family);
+    AcknialOperations::call(engine);
 }
 
 }  // namespace pelix

@@ -176,8 +176,7 @@ void setup_prms_for_giovani(Engine& engine, int32_t k) {
     KnotEamState& state = engine.families.giovani;
     knot_eam_setup(state, keyword, k);
     for (const KnotEamPairType& pair : state.pair) {
-        if (!std::all_of(pair.bridge.b.begin(), pair.bridge.b.end(),
-                         [](double b) { return std::isfinite(b); }))
+        if (!pair.bridge_joined())
             nrerror(
                 "GIOVANI: a pair term must be positive at 2.0 A, where its bridge to ZBL "
                 "ends; check " +
@@ -185,8 +184,10 @@ void setup_prms_for_giovani(Engine& engine, int32_t k) {
     }
 }
 
+using GiovaniOperations = KnotEamOperations<kGiovaniKeyword, &FamilyStates::giovani>;
+
 double giovani_cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
-    return knot_eam_cutoff_squared(engine.families.giovani, kGiovaniKeyword, za, zb);
+    return GiovaniOperations::cutoff_squared(engine, za, zb);
 }
 
 int32_t giovani_mapij(int32_t za, int32_t zb) {
@@ -194,8 +195,7 @@ int32_t giovani_mapij(int32_t za, int32_t zb) {
 }
 
 void giovani_call(Engine& engine) {
-    KnotEamFamily<kGiovaniKeyword> family{engine.families.giovani};
-    evaluate_family(engine, family);
+    GiovaniOperations::call(engine);
 }
 
 }  // namespace pelix

@@ -268,15 +268,14 @@ PairValue knot_eam_pair(const KnotEamState& state, int32_t t, double r) {
 }
 
 DensityValue knot_eam_density(const KnotEamState& state, int32_t centre, int32_t t, double r) {
-    DensityValue out;
     const KnotEamDensity& density = state.density_of(state.element_index(centre), t);
     if (density.knot.empty())
         return screened_density(density.screened, r);
-    double squares = 0.0;
-    cubic_knot_sum(density.knot.data(), density.coef.data(), density.knot.size(), r, out.rho,
-                   squares);
+    DensityValue out;
+    cubic_knot_density(density.knot.data(), density.coef.data(), density.knot.size(), r, out.rho,
+                       out.drho);
     out.rho *= density.scale;
-    out.drho = -3.0 * squares * density.scale;
+    out.drho *= density.scale;
     return out;
 }
 
@@ -321,17 +320,14 @@ void knot_eam_bond_densities(const KnotEamState& state, int32_t e, const int32_t
             }
             return;
         }
-        cubic_knot_sums_many(density.knot.data(), density.coef.data(), density.knot.size(),
-                             r + from, static_cast<std::size_t>(to - from), rho + from,
-                             drho + from);
-        if (density.scale == 1.0) {
-            for (int32_t k = from; k < to; ++k)
-                drho[k] = -3.0 * drho[k];
+        cubic_knot_densities_many(density.knot.data(), density.coef.data(), density.knot.size(),
+                                  r + from, static_cast<std::size_t>(to - from), rho + from,
+                                  drho + from);
+        if (density.scale == 1.0)
             return;
-        }
         for (int32_t k = from; k < to; ++k) {
             rho[k] *= density.scale;
-            drho[k] = -3.0 * drho[k] * density.scale;
+            drho[k] *= density.scale;
         }
     });
 }

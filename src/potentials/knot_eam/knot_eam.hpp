@@ -2,6 +2,7 @@
 // The knot-sum embedded-atom path: the state a keyword's rows (rows.hpp) become at set-up,
 // and the pair type, cut-off, pair term and density of that state. The evaluation is
 // knot_eam_family.hpp.
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -34,6 +35,14 @@ struct KnotEamPairType {
     ZblTerms zbl{};
     double density_coef = 0.0;
     ScreenedDensity density_term{};
+
+    // False when a bridge fitted at set-up could not be (a pair term not positive at its end).
+    bool bridge_joined() const {
+        for (const double b : bridge.b)
+            if (!std::isfinite(b))
+                return false;
+        return true;
+    }
 };
 
 struct KnotEamDensity {
