@@ -57,4 +57,20 @@ double atomic_radius(std::string_view symbol) {
     return find_element(symbol, "ATOMIC_RADIUS").radius;
 }
 
+int32_t find_atomic_number(std::string_view symbol) {
+    for (const Element& element : kElements) {
+        if (blank_padded_equal(symbol, element.symbol))
+            return element.atomic_number;
+    }
+    return 0;
+}
+
+std::string_view element_symbol(int32_t z) {
+    for (const Element& element : kElements) {
+        if (element.atomic_number == z)
+            return element.symbol;
+    }
+    return "??";
+}
+
 }  // namespace pelix

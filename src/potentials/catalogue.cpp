@@ -4,7 +4,7 @@
 
 #include "common/fixed_string.hpp"
 #include "potentials/acklist.hpp"
-#include "potentials/buckbw.hpp"
+#include "potentials/ionic/operations.hpp"
 #include "potentials/knot_eam/acknial.hpp"
 #include "potentials/knot_eam/giovani.hpp"
 #include "potentials/knot_eam/operations.hpp"
@@ -21,7 +21,6 @@ namespace {
 constexpr FamilyOps kAcknial{setup_prms_for_acknial, acknial_cutoff_squared, acknial_call};
 constexpr FamilyOps kGiovani{setup_prms_for_giovani, giovani_cutoff_squared, giovani_call};
 constexpr FamilyOps kAcklist{setup_prms_for_acklist, acklist_cutoff_squared, acklist_call};
-constexpr FamilyOps kBuckbw{setup_prms_for_buckbw, buckbw_cutoff_squared, buckbw_call};
 constexpr FamilyOps kMorlist{setup_prms_for_morlist, morlist_cutoff_squared, morlist_call};
 constexpr FamilyOps kMorsept{setup_prms_for_morsept, morsept_cutoff_squared, morsept_call};
 constexpr FamilyOps kTernary{setup_prms_for_ternary, ternary_cutoff_squared, ternary_call};
@@ -38,17 +37,17 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"MORSEPT", "morsept_interaction", &kMorsept},
     {"MORLIST", "morlist_interaction", &kMorlist},
     {"ZBLPOTL", "zblpotl_interaction", &kZblpotl},
-    {"SPINELP", "spinelpotl_interaction", nullptr},
-    {"MGOPOTL", "mgo_potl_interaction", nullptr},
-    {"EROPOTL", "ero_potl_interaction", nullptr},
+    {"SPINELP", "spinelpotl_interaction", &kSpinelpOps},
+    {"MGOPOTL", "mgo_potl_interaction", &kMgopotlOps},
+    {"EROPOTL", "ero_potl_interaction", &kEropotlOps},
     {"MEAM", "meam_interaction", nullptr},
-    {"TiOFCPT", "tio_potlfc_interaction", nullptr},
+    {"TiOFCPT", "tio_potlfc_interaction", &kTiofcptOps},
     {"Qeq", "tio_potlvc_interaction", nullptr},
-    {"BPUPOTL", "bpu_potl_interaction", nullptr},
-    {"UNTITLE", "untitled_potl_interaction", nullptr},
+    {"BPUPOTL", "bpu_potl_interaction", &kBpupotlOps},
+    {"UNTITLE", "untitled_potl_interaction", &kUntitleOps},
     {"GIOVANI", "giovani_interaction", &kGiovani},
     {"TERNARY", "ternary_interaction", &kTernary},
-    {"FeOPOTL", "feo_potl_interaction", nullptr},
+    {"FeOPOTL", "feo_potl_interaction", &kFeopotlOps},
     {"ZERO", "zero_potl_interaction", &kZero},
     {"HeFePOT", "hefepotl_interaction", nullptr},
     {"HeHePOT", "hehepotl_interaction", nullptr},
@@ -56,9 +55,9 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"AzizHe2", "azizhehe_interaction", nullptr},
     {"MENDEL", "mendelev_interaction", &kMendelOps},
     {"AMtest", "amtest_interaction", &kAmtestOps},
-    {"BUCKBW", "buckbw_interaction", &kBuckbw},
-    {"BSIPOTL", "bsipotl_interaction", nullptr},
-    {"DELAYE_POTL", "delaye_potl_interaction", nullptr},
+    {"BUCKBW", "buckbw_interaction", &kBuckbwOps},
+    {"BSIPOTL", "bsipotl_interaction", &kBsipotlOps},
+    {"DELAYE_POTL", "delaye_potl_interaction", &kDelayeOps},
 }};
 
 }  // namespace

@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "common/fatal_error.hpp"
+#include "common/pair_value.hpp"
 #include "engine/engine.hpp"
 #include "potentials/bond_geometry.hpp"
 
@@ -360,6 +361,34 @@ struct BondView {
 inline void add_pair_terms(Engine& engine, int32_t i, int32_t j, double v, double dvdr, double ux,
                            double uy, double uz) {
     PairTermSink(engine).add(i, j, v, dvdr, ux, uy, uz);
+}
+
+// Which atom of a pair evaluates it: the one of smaller index, or of smaller global identity
+// number (`idnum`); a pair whose two atoms tie is not evaluated.
+enum class PairOwner { LowerIndex, LowerIdentity };
+
+// The interaction of every pair family: for each bond of the m-th selected atom i that i owns,
+// the pair value {V, F = -dV/dr} that pair_at(type, length, bond slot) gives is booked, half
+// of V to each atom, F along the unit vector from i to j pushing j away and i back.
+template <PairOwner Owner, class PairAt>
+[[gnu::always_inline]] inline void interact_pairs(Engine& engine, int32_t m, int32_t i,
+                                                  PairAt&& pair_at) {
+    const BondList& bonds = engine.ff.bonds;
+    const BondView bond(bonds);
+    const PairTermSink sink(engine);
+    const int32_t* idnum = engine.ff.idnum.data();
+    for (int32_t b = bonds.datum[m], end = bonds.datum[m + 1]; b < end; ++b) {
+        const int32_t j = bond.neb[b];
+        if constexpr (Owner == PairOwner::LowerIndex) {
+            if (!(j > i))
+                continue;
+        } else {
+            if (!(idnum[j] > idnum[i]))
+                continue;
+        }
+        const PairValue pair = pair_at(bond.type[b], bond.length[b], b);
+        sink.add(i, j, pair.v, -pair.f, bond.ux[b], bond.uy[b], bond.uz[b]);
+    }
 }
 
 }  // namespace pelix

@@ -1,7 +1,7 @@
 #pragma once
 // The parameter state of every built potential family, one member per family.
 #include "potentials/acklist.hpp"
-#include "potentials/buckbw.hpp"
+#include "potentials/ionic/ionic.hpp"
 #include "potentials/knot_eam/knot_eam.hpp"
 #include "potentials/morlist.hpp"
 #include "potentials/morsept.hpp"
@@ -15,7 +15,6 @@ struct FamilyStates {
     ZeroState zero;
     ZblpotlState zblpotl;
     MorseptState morsept;
-    BuckbwState buckbw;
     MorlistState morlist;
     TernaryState ternary;
     KnotEamState ackland;
@@ -24,6 +23,16 @@ struct FamilyStates {
     KnotEamState ackleam;
     KnotEamState acknial;
     KnotEamState giovani;
+    IonicState buckbw;
+    IonicState mgopotl;
+    IonicState tiofcpt;
+    IonicState spinelp;
+    IonicState bpupotl;
+    IonicState eropotl;
+    IonicState bsipotl;
+    IonicState delaye_potl;
+    IonicState untitle;
+    IonicState feopotl;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

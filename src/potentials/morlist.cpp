@@ -58,16 +58,8 @@ struct MorlistFamily {
 
     // Each pair once, from the atom with the smaller global identity number.
     void interact(Engine& engine, int32_t m, int32_t i) const {
-        const BondList& bonds = engine.ff.bonds;
-        const std::vector<int32_t>& idnum = engine.ff.idnum;
-        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
-            const int32_t j = bonds.neb[b];
-            if (!(idnum[j] > idnum[i]))
-                continue;
-            const PairValue pair = morlist_pair(state, bonds.bndtyp[b], bonds.bndlen[b]);
-            add_pair_terms(engine, i, j, pair.v, -pair.f, bonds.bndxnm[b], bonds.bndynm[b],
-                           bonds.bndznm[b]);
-        }
+        interact_pairs<PairOwner::LowerIdentity>(
+            engine, m, i, [&](int32_t t, double r, int32_t) { return morlist_pair(state, t, r); });
     }
 };
 

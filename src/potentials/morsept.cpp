@@ -88,16 +88,9 @@ struct MorseptFamily {
     // pair (F > 0) pushes i away from j.
     void interact(Engine& engine, int32_t m, int32_t i) const {
         const BondList& bonds = engine.ff.bonds;
-        const std::vector<int32_t>& idnum = engine.ff.idnum;
-        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
-            const int32_t j = bonds.neb[b];
-            if (!(idnum[j] > idnum[i]))
-                continue;
-            const PairValue pair = morsept_bond(state, bonds.bndtyp[b], bonds.bndlen[b],
-                                                bonds.cutfcn[b], bonds.cutdrv[b]);
-            add_pair_terms(engine, i, j, pair.v, -pair.f, bonds.bndxnm[b], bonds.bndynm[b],
-                           bonds.bndznm[b]);
-        }
+        interact_pairs<PairOwner::LowerIdentity>(engine, m, i, [&](int32_t t, double r, int32_t b) {
+            return morsept_bond(state, t, r, bonds.cutfcn[b], bonds.cutdrv[b]);
+        });
     }
 };
 

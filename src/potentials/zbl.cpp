@@ -13,7 +13,11 @@ double screening_length(ScreeningRule rule, int32_t z1, int32_t z2) {
 
 ZblTerms zbl_terms(ScreeningRule rule, int32_t z1, int32_t z2, const ZblCoefficients& c,
                    const ZblCoefficients& d) {
-    const double a = screening_length(rule, z1, z2);
+    return zbl_terms_with_length(screening_length(rule, z1, z2), z1, z2, c, d);
+}
+
+ZblTerms zbl_terms_with_length(double a, int32_t z1, int32_t z2, const ZblCoefficients& c,
+                               const ZblCoefficients& d) {
     ZblTerms terms;
     for (std::size_t k = 0; k < 4; ++k) {
         terms.conc[k] = c[k] * z1 * z2 * kZblCoulomb;

@@ -38,6 +38,9 @@ struct ZblTerms {
 
 ZblTerms zbl_terms(ScreeningRule rule, int32_t z1, int32_t z2, const ZblCoefficients& c = kZblC,
                    const ZblCoefficients& d = kZblD);
+// The same with a screening length a given by the caller.
+ZblTerms zbl_terms_with_length(double a, int32_t z1, int32_t z2, const ZblCoefficients& c,
+                               const ZblCoefficients& d);
 
 // Energy V and force F = -dV/dr at distance r.
 inline PairValue zbl_evaluate(const ZblTerms& terms, double r) {

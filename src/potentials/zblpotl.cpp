@@ -102,16 +102,11 @@ struct ZblpotlFamily {
     // The force F along the unit vector from i to j pushes j away and i back when F > 0.
     void interact(Engine& engine, int32_t m, int32_t i) const {
         const BondList& bonds = engine.ff.bonds;
-        for (int32_t b = bonds.datum[m]; b < bonds.datum[m + 1]; ++b) {
-            const int32_t j = bonds.neb[b];
-            const double r = bonds.bndlen[b];
-            if (j <= i || !(r < kZblpotlInteractionLimit))
-                continue;
-            const PairValue pair =
-                zblpotl_tapered(state, bonds.bndtyp[b], r, bonds.cutfcn[b], bonds.cutdrv[b]);
-            add_pair_terms(engine, i, j, pair.v, -pair.f, bonds.bndxnm[b], bonds.bndynm[b],
-                           bonds.bndznm[b]);
-        }
+        interact_pairs<PairOwner::LowerIndex>(engine, m, i, [&](int32_t t, double r, int32_t b) {
+            if (!(r < kZblpotlInteractionLimit))
+                return PairValue{};
+            return zblpotl_tapered(state, t, r, bonds.cutfcn[b], bonds.cutdrv[b]);
+        });
     }
 };
 

@@ -7,7 +7,7 @@
 
 #include "common/fatal_error.hpp"
 #include "potentials/knot_eam/knot_eam_family.hpp"
-#include "potentials/knot_eam/record_file.hpp"
+#include "common/record_file.hpp"
 
 namespace pelix {
 

@@ -1,4 +1,4 @@
-#include "potentials/knot_eam/record_file.hpp"
+#include "common/record_file.hpp"
 
 #include <algorithm>
 #include <cmath>

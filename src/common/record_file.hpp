@@ -1,7 +1,8 @@
 #pragma once
-// The small parameter files of the knot-sum families ("acknial.IN", the nickel files of
-// "GIOVANI"): one record per line, items separated by blanks or commas, '#' and what follows
-// it a comment, blank lines skipped. Every failure is an input error naming the file and line.
+// The small parameter files of the potential families ("acknial.IN", the nickel files of
+// "GIOVANI", the pair files of the ionic families): one record per line, items separated by blanks
+// or commas, '#' and what follows it a comment, blank lines skipped. Every failure is an input
+// error naming the file and line.
 #include <string>
 #include <vector>
 
