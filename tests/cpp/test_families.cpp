@@ -22,6 +22,8 @@
 #include "potentials/acklist.hpp"
 #include "potentials/buckbw.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/ionic/ionic_family.hpp"
+#include "potentials/ionic/keywords.hpp"
 #include "potentials/knot_eam/acknial.hpp"
 #include "potentials/knot_eam/giovani.hpp"
 #include "potentials/knot_eam/keywords.hpp"
@@ -37,9 +39,9 @@
 namespace pelix {
 namespace {
 
-constexpr int32_t kH = 1, kHe = 2, kC = 6, kO = 8, kMg = 12, kAl = 13, kSi = 14, kP = 15, kTi = 22,
-                  kCr = 24, kFe = 26, kCo = 27, kNi = 28, kCu = 29, kY = 39, kZr = 40, kAg = 47,
-                  kAu = 79;
+constexpr int32_t kH = 1, kHe = 2, kLi = 3, kC = 6, kO = 8, kMg = 12, kAl = 13, kSi = 14, kP = 15,
+                  kTi = 22, kCr = 24, kFe = 26, kCo = 27, kNi = 28, kCu = 29, kGa = 31, kY = 39,
+                  kZr = 40, kAg = 47, kIn = 49, kEr = 68, kAu = 79, kU = 92;
 const std::string kPP = "POTFOR-SPLINES/PP_pw_for_potfor_morlist.IN",
                   kPFe = "POTFOR-SPLINES/PFe_pw_for_potfor_morlist.IN";
 const std::string kAckTable(kAcklistTableFile);
@@ -122,6 +124,12 @@ class Families : public ::testing::Test {
         dir_.write("NiF.IN", "0.5 -1\n");
         dir_.write("Niphi.IN", "27.875 2 5.6 0.25\n");
         dir_.write("Niv.IN", "2.0 100\n2.5 1\n");
+        const std::string buck = "buck Si Si 1e4 0.2 0 6 0.5 0.4 0.7\n";
+        for (const char* name : {"buck.IN", "BSIPOTL.IN", "DELAYE_POTL.IN"})
+            dir_.write(name, buck);
+        dir_.write("EROPOTL.IN", "buck Er Er 1e4 0.2 0 6 0.5 0.4 0.7\n");
+        dir_.write("FeOPOTL.IN", "buck Fe O 1e4 0.2 0 6 0.5 0.4 0.7\n");
+        dir_.write("UNTITLE.IN", "zbl Fe Y 3.5 0.5 0.1 0.2 0.3 0.4 0.1 0.2 0.4 0.9 3.0\n");
     }
     test_support::ScratchDir dir_{true};
 };
@@ -166,7 +174,45 @@ Family knot_eam(const char* name, PairTypes types, Refusals refused) {
             std::move(refused), static_cast<int32_t>(3 * K.bond_capacity),
             std::string(K.overflow_message)};
 }
+// The state of an ionic keyword set up in the working directory (with its file).
+template <const IonicKeyword& K, IonicState FamilyStates::*S>
+IonicState ionic_state() { Engine e; IonicOperations<K, S>::setup(e, 1); return e.families.*S; }
+template <const IonicKeyword& K, IonicState FamilyStates::*S>
+Family ionic(const char* name, PairTypes types, Refusals refused) {
+    using Ops = IonicOperations<K, S>;
+    return {name, [](int32_t a, int32_t b) { return ionic_mapij(ionic_state<K, S>(), K, a, b); },
+            [](int32_t z) { const auto e = ionic_state<K, S>().elements;
+                            return std::find(e.begin(), e.end(), z) != e.end(); },
+            Ops::setup, Ops::cutoff_squared, Ops::call,
+            [](const Engine& e) { return (e.families.*S).idnum; }, std::move(types),
+            std::move(refused), static_cast<int32_t>(2 * K.bond_capacity * K.safety_factor),
+            std::string(K.overflow_message)};
+}
+std::string to_set(const std::string& name) {
+    return name + "_MAPIJ: Problems to set " + name + "_MAPIJ";
+}
 const std::vector<Family> kFamilies = {
+    ionic<kMgopotlKeyword, &FamilyStates::mgopotl>("MGOPOTL",
+     {{kMg, kMg, 1, 2.5}, {kMg, kO, 2, 6.5}, {kO, kO, 3, 6.5}}, {{kMg, kAl, to_set("MgO_POTL")}}),
+    ionic<kTiofcptKeyword, &FamilyStates::tiofcpt>("TiOFCPT",
+     {{kTi, kTi, 1, 6.5}, {kTi, kO, 2, 6.5}, {kO, kO, 3, 6.5}}, {{kTi, kFe, to_set("TiO_POTL")}}),
+    ionic<kSpinelpKeyword, &FamilyStates::spinelp>("SPINELP",
+     {{kMg, kMg, 1, 2.5}, {kAl, kMg, 2, 2.5}, {kO, kMg, 3, 6.5}, {kAl, kAl, 4, 2.5},
+      {kO, kO, 6, 6.5}, {kGa, kMg, 7, 2.5}, {kIn, kIn, 11, 2.5}},
+     {{kAl, kGa, "SPINELPOTL_MAPIJ: Problems setting SPINELPOTL_MAPIJ"}}),
+    ionic<kBpupotlKeyword, &FamilyStates::bpupotl>("BPUPOTL", {{kSi, kSi, 1, 6.5}}, {}),
+    ionic<kEropotlKeyword, &FamilyStates::eropotl>("EROPOTL", {{kEr, kEr, 1, 6.5}},
+     {{kEr, kY, to_set("ErO_POTL")}}),
+    ionic<kUntitleKeyword, &FamilyStates::untitle>("UNTITLE", {{kFe, kY, 1, 4.0}},
+     {{kFe, kFe, to_set("UNTITLEDPOTL")}}),
+    ionic<kFeopotlKeyword, &FamilyStates::feopotl>("FeOPOTL", {{kFe, kO, 1, 6.5}},
+     {{kO, kO, to_set("FeO_POTL")}}),
+    ionic<kBsipotlKeyword, &FamilyStates::bsipotl>("BSIPOTL", {{kSi, kSi, 1, 6.5}},
+     {{kFe, kSi, "BSIPOTL_MAPIJ: Failed at setting i"},
+      {kO, kFe, "BSIPOTL_MAPIJ: Failed at i=O_ block"}}),
+    ionic<kDelayeKeyword, &FamilyStates::delaye_potl>("DELAYE_POTL", {{kSi, kSi, 1, 6.5}},
+     {{kLi, kSi, "DELAYE_POTL_MAPIJ: Failed at setting i"},
+      {kU, kLi, "DELAYE_POTL_MAPIJ: Failed at i=U_ block"}}),
     knot_eam<kAcklandKeyword, &FamilyStates::ackland>("ACKLAND",
      {{kFe, kFe, 1, 5.3}, {kAg, kAg, 2, 5.0043076614}, {kAu, kAu, 3, 4.9945097022}},
      {{kFe, kAg, kAcklandMixed + "Fe and Ag" + kNotYet},
@@ -258,6 +304,12 @@ void acknial_mixed_cutoff(const std::string&) {
     setup_prms_for_acknial(engine, 1);
     acknial_cutoff_squared(engine, kAl, kNi);
 }
+template <const IonicKeyword& K, IonicState FamilyStates::*S, int32_t Za, int32_t Zb>
+void ionic_cutoff(const std::string&) {
+    Engine engine;
+    IonicOperations<K, S>::setup(engine, 1);
+    IonicOperations<K, S>::cutoff_squared(engine, Za, Zb);
+}
 void read_ternary_table(const std::string& file) {
     TernaryState state;
     TernaryTable table;
@@ -290,6 +342,19 @@ TEST_F(Families, TableFilesAreReadUpToTheirPointLimitsAndBadFilesNamed) {
             {ternary, "rhoCr.IN", sampled_table(60, 1.0, 5.5),
              "rhoCr.IN line 1: holds 60 points, "
              "fewer than the 61"},
+            {set_up<IonicOperations<kEropotlKeyword, &FamilyStates::eropotl>::setup>, "EROPOTL.IN",
+             "", "EROPOTL.IN: file not found; EROPOTL has no built-in parameters"},
+            {set_up<IonicOperations<kMgopotlKeyword, &FamilyStates::mgopotl>::setup>, "MGOPOTL.IN",
+             "buck Mg O 1279.69 0.29969 0 6 0.5 0.4 0.7\nzbl O Mg 2 0.5\n",
+             "MGOPOTL.IN line 2: the pair O-Mg is given twice (first on line 1)"},
+            {set_up<IonicOperations<kBpupotlKeyword, &FamilyStates::bpupotl>::setup>, "buck.IN",
+             "buck O O 9547.96 0.21916 32.0 6.0 0.5 0.5 0.8\n",
+             "buck.IN line 1: O-O: the bridge from 0.5 to 0.8 A is not repulsive"},
+            {ionic_cutoff<kSpinelpKeyword, &FamilyStates::spinelp, kGa, kO>, "SPINELP.IN", "",
+             "SPINELP.IN: no parameters for the pair Ga-O of SPINELP (pair type 9): nothing is "
+             "built in"},
+            {ionic_cutoff<kBpupotlKeyword, &FamilyStates::bpupotl, kSi, kTi>, "buck.IN",
+             "buck Si Si 1e4 0.2 0 6 0.5 0.4 0.7\n", "buck.IN: no record for the pair Si-Ti"},
             {ternary_table, "big.IN", sampled_table(120000, 0.0, 1.0), "no stop"},
             {ternary_table, "big.IN", "120001\n0.0 0.0\n",
              "big.IN line 1: holds 120001 points, more than the 120000"},
@@ -370,6 +435,28 @@ TEST_F(Families, FittedBridgesJoinWithoutAStepInEnergyOrForce) {
                 EXPECT_NEAR(in.v, out.v, 1e-9 * std::abs(in.v)) << pair.za << "-" << pair.zb;
                 EXPECT_NEAR(in.f, out.f, 1e-9 * std::abs(in.f)) << pair.za << "-" << pair.zb;
             }
+        }
+    // The ionic bridges also meet with the same curvature, and repel throughout.
+    setup_prms_for_buckbw(engine, 1);
+    IonicOperations<kMgopotlKeyword, &FamilyStates::mgopotl>::setup(engine, 1);
+    IonicOperations<kTiofcptKeyword, &FamilyStates::tiofcpt>::setup(engine, 1);
+    for (const IonicState* state : {&engine.families.mgopotl, &engine.families.tiofcpt})
+        for (int32_t t = 1; t <= 3; ++t) {
+            const IonicPairRow& row = state->of_type(t).row;
+            const auto at = [&](double r) { return ionic_pair(*state, t, r); };
+            for (const double edge : {row.r_zbl, row.r_join}) {
+                if (row.r_zbl == row.r_join)
+                    break;  // no bridge: the repulsion alone, tapered
+                const PairValue in = at(std::nextafter(edge, 0.0)),
+                                out = at(std::nextafter(edge, 9.0));
+                EXPECT_NEAR(in.v, out.v, 1e-11 * std::abs(in.v)) << t;
+                EXPECT_NEAR(in.f, out.f, 1e-10 * std::abs(in.f)) << t;
+                const double h = 1e-4, left = (in.f - at(edge - h).f) / h,
+                             right = (at(edge + h).f - out.f) / h;
+                EXPECT_NEAR(left, right, 1e-2 * std::abs(left)) << t << " " << edge;
+            }
+            for (double r = 0.3; r < row.r_join; r += 0.01)
+                EXPECT_GT(at(r).f, 0.0) << t << " " << r;
         }
 }
 

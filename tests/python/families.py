@@ -110,6 +110,25 @@ def write_nickel_files(directory: Path) -> None:
         (Path(directory) / name).write_text(text)
 
 
+# "BPUPOTL": one record of each kind in "buck.IN" (illustrative constants, not a fitted set).
+BUCK_IN = """born Si O  18003.7572 0.205205 0.1 133.5381 5.0  6.0 0.5  1.40 1.70
+buck O O   9547.96 0.21916 32.0  6.0 0.5  1.54 1.84
+zbl Si Si  2.0 0.5  0.1  0.2 0.3 0.4 0.1  0.2 0.4 0.9 3.0
+"""
+
+
+def write_buck_in(directory: Path) -> None:
+    (Path(directory) / "buck.IN").write_text(BUCK_IN)
+
+
+def ionic_edges(joins: dict, cation: tuple = ()):
+    """Edges of the ionic rows: the bridge ends (joins per pair) and the taper 5.5-6.5 A; the
+    repulsion-only pairs `cation` taper from 1.5 to 2.5 A."""
+    edges = {key: [(r1, True), (r2, True), (5.5, True), (6.5, True)]
+             for key, (r1, r2) in joins.items()}
+    return edges | {key: [(1.5, True), (2.5, True)] for key in cation}
+
+
 def every_pair(symbols, keyword):
     return [(a, b, keyword) for a, b in itertools.combinations_with_replacement(symbols, 2)]
 
@@ -209,6 +228,15 @@ FAMILIES = [
     Family("TERNARY", "FeNiCr", every_pair(TERNARY_SYMBOLS, "TERNARY"),
            {key: [(5.18, False)] for key in TERNARY_MORSE},
            closest=1.9, box=11.0, atoms=8, tables=write_ternary_tables),
+    Family("MGOPOTL", "MgO_", every_pair(("Mg", "O_"), "MGOPOTL"),
+           ionic_edges({(0, 1): (0.4, 0.7), (1, 1): (1.54, 1.84)}, cation=((0, 0),)),
+           closest=0.35, box=14.0, atoms=10),
+    Family("TiOFCPT", "TiO_", every_pair(("Ti", "O_"), "TiOFCPT"),
+           ionic_edges({(0, 0): (0.41, 0.71), (0, 1): (1.2, 1.5), (1, 1): (1.99, 2.29)}),
+           closest=0.35, box=14.0, atoms=10),
+    Family("BPUPOTL", "SiO_", every_pair(("Si", "O_"), "BPUPOTL"),
+           ionic_edges({(0, 1): (1.4, 1.7), (1, 1): (1.54, 1.84)}, cation=((0, 0),)),
+           closest=0.35, box=14.0, atoms=10, tables=write_buck_in),
     Family("ACKLIST", "Fe", [("Fe", "Fe", "ACKLIST")], {(0, 0): [(3.6, False)]},
            closest=1.9, box=16.0, atoms=8, tables=write_acklist_table,
            # The cut-off radius grows by 2.8665 at every call of a process: from the second
