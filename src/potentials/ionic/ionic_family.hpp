@@ -6,11 +6,13 @@
 #include "common/fatal_error.hpp"
 #include "potentials/family_contract.hpp"
 #include "potentials/ionic/ionic.hpp"
+#include "potentials/keyword_operations.hpp"
 
 namespace pelix {
 
 template <const IonicKeyword& Keyword>
 struct IonicFamily {
+    static constexpr const IonicKeyword& keyword = Keyword;
     static constexpr std::string_view overflow_message = Keyword.overflow_message;
     static constexpr double bond_capacity = Keyword.bond_capacity;
     static constexpr double safety_factor = Keyword.safety_factor;
@@ -53,17 +55,7 @@ struct IonicFamily {
 
 // The operations of a keyword whose state is the member `State` of the family states.
 template <const IonicKeyword& Keyword, IonicState FamilyStates::*State>
-struct IonicOperations {
-    static void setup(Engine& engine, int32_t k) {
-        ionic_setup(engine.families.*State, Keyword, k);
-    }
-    static double cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
-        return ionic_cutoff_squared(engine.families.*State, Keyword, za, zb);
-    }
-    static void call(Engine& engine) {
-        IonicFamily<Keyword> family{engine.families.*State};
-        evaluate_family(engine, family);
-    }
-};
+using IonicOperations =
+    KeywordOperations<IonicFamily<Keyword>, ionic_setup, ionic_cutoff_squared, State>;
 
 }  // namespace pelix

@@ -5,25 +5,15 @@
 
 namespace pelix {
 
-namespace {
-
-template <const IonicKeyword& Keyword, IonicState FamilyStates::*State>
-constexpr FamilyOps operations() {
-    using Ops = IonicOperations<Keyword, State>;
-    return FamilyOps{&Ops::setup, &Ops::cutoff_squared, &Ops::call};
-}
-
-}  // namespace
-
-const FamilyOps kBuckbwOps = operations<kBuckbwKeyword, &FamilyStates::buckbw>();
-const FamilyOps kMgopotlOps = operations<kMgopotlKeyword, &FamilyStates::mgopotl>();
-const FamilyOps kTiofcptOps = operations<kTiofcptKeyword, &FamilyStates::tiofcpt>();
-const FamilyOps kSpinelpOps = operations<kSpinelpKeyword, &FamilyStates::spinelp>();
-const FamilyOps kBpupotlOps = operations<kBpupotlKeyword, &FamilyStates::bpupotl>();
-const FamilyOps kEropotlOps = operations<kEropotlKeyword, &FamilyStates::eropotl>();
-const FamilyOps kBsipotlOps = operations<kBsipotlKeyword, &FamilyStates::bsipotl>();
-const FamilyOps kDelayeOps = operations<kDelayeKeyword, &FamilyStates::delaye_potl>();
-const FamilyOps kUntitleOps = operations<kUntitleKeyword, &FamilyStates::untitle>();
-const FamilyOps kFeopotlOps = operations<kFeopotlKeyword, &FamilyStates::feopotl>();
+const FamilyOps kBuckbwOps = IonicOperations<kBuckbwKeyword, &FamilyStates::buckbw>::ops;
+const FamilyOps kMgopotlOps = IonicOperations<kMgopotlKeyword, &FamilyStates::mgopotl>::ops;
+const FamilyOps kTiofcptOps = IonicOperations<kTiofcptKeyword, &FamilyStates::tiofcpt>::ops;
+const FamilyOps kSpinelpOps = IonicOperations<kSpinelpKeyword, &FamilyStates::spinelp>::ops;
+const FamilyOps kBpupotlOps = IonicOperations<kBpupotlKeyword, &FamilyStates::bpupotl>::ops;
+const FamilyOps kEropotlOps = IonicOperations<kEropotlKeyword, &FamilyStates::eropotl>::ops;
+const FamilyOps kBsipotlOps = IonicOperations<kBsipotlKeyword, &FamilyStates::bsipotl>::ops;
+const FamilyOps kDelayeOps = IonicOperations<kDelayeKeyword, &FamilyStates::delaye_potl>::ops;
+const FamilyOps kUntitleOps = IonicOperations<kUntitleKeyword, &FamilyStates::untitle>::ops;
+const FamilyOps kFeopotlOps = IonicOperations<kFeopotlKeyword, &FamilyStates::feopotl>::ops;
 
 }  // namespace pelix

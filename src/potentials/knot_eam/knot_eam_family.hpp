@@ -5,6 +5,7 @@
 
 #include "potentials/embedded_atom.hpp"
 #include "potentials/family_contract.hpp"
+#include "potentials/keyword_operations.hpp"
 #include "potentials/knot_eam/knot_eam.hpp"
 
 namespace pelix {
@@ -15,6 +16,7 @@ inline constexpr double kKnotEamEmbeddingGuard = static_cast<double>(1e-12f);
 
 template <const KnotEamKeyword& Keyword>
 struct KnotEamFamily {
+    static constexpr const KnotEamKeyword& keyword = Keyword;
     static constexpr std::string_view overflow_message = Keyword.overflow_message;
     static constexpr double bond_capacity = Keyword.bond_capacity;
     static constexpr double safety_factor = 1.5;
@@ -48,17 +50,7 @@ struct KnotEamFamily {
 
 // The three operations of a keyword whose state is the member `State` of the family states.
 template <const KnotEamKeyword& Keyword, KnotEamState FamilyStates::*State>
-struct KnotEamOperations {
-    static void setup(Engine& engine, int32_t k) {
-        knot_eam_setup(engine.families.*State, Keyword, k);
-    }
-    static double cutoff_squared(Engine& engine, int32_t za, int32_t zb) {
-        return knot_eam_cutoff_squared(engine.families.*State, Keyword, za, zb);
-    }
-    static void call(Engine& engine) {
-        KnotEamFamily<Keyword> family{engine.families.*State};
-        evaluate_family(engine, family);
-    }
-};
+using KnotEamOperations =
+    KeywordOperations<KnotEamFamily<Keyword>, knot_eam_setup, knot_eam_cutoff_squared, State>;
 
 }  // namespace pelix

@@ -7,20 +7,14 @@ namespace pelix {
 
 namespace {
 
-template <const KnotEamKeyword& Keyword, KnotEamState FamilyStates::*State>
-constexpr FamilyOps operations() {
-    using Ops = KnotEamOperations<Keyword, State>;
-    return FamilyOps{&Ops::setup, &Ops::cutoff_squared, &Ops::call};
-}
-
 using AcklandOps = KnotEamOperations<kAcklandKeyword, &FamilyStates::ackland>;
 
 }  // namespace
 
-const FamilyOps kAcklandOps = operations<kAcklandKeyword, &FamilyStates::ackland>();
-const FamilyOps kMendelOps = operations<kMendelKeyword, &FamilyStates::mendel>();
-const FamilyOps kAmtestOps = operations<kAmtestKeyword, &FamilyStates::amtest>();
-const FamilyOps kAckleamOps = operations<kAckleamKeyword, &FamilyStates::ackleam>();
+const FamilyOps kAcklandOps = KnotEamOperations<kAcklandKeyword, &FamilyStates::ackland>::ops;
+const FamilyOps kMendelOps = KnotEamOperations<kMendelKeyword, &FamilyStates::mendel>::ops;
+const FamilyOps kAmtestOps = KnotEamOperations<kAmtestKeyword, &FamilyStates::amtest>::ops;
+const FamilyOps kAckleamOps = KnotEamOperations<kAckleamKeyword, &FamilyStates::ackleam>::ops;
 
 void setup_prms_for_ackland(Engine& engine, int32_t k) {
     AcklandOps::setup(engine, k);
