@@ -20,7 +20,7 @@ ZblTerms zbl_terms_with_length(double a, int32_t z1, int32_t z2, const ZblCoeffi
                                const ZblCoefficients& d) {
     ZblTerms terms;
     for (std::size_t k = 0; k < 4; ++k) {
-        terms.conc[k] = c[k] * z1 * z2 * kZblCoulomb;
+        terms.conc[k] = c[k] * (static_cast<double>(z1 * z2) * kZblCoulomb);
         terms.cond[k] = -d[k] / a;
     }
     return terms;
