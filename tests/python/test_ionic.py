@@ -42,8 +42,8 @@ def run(workdir, elements, keyword, specie, pos, side):
 # Keyword, elements, LAMMPS pair style with its cut-off (the taper start R - W), coefficients of
 # each pair of elements (none: a repulsion-only pair, cut off at 2.5 A), parameter files, and the
 # cation-anion spacings of 3 x 2 x 2 rock-salt fragments. Ball-Grimes MgO, Matsui-Akaogi TiO2
-# (built in), an Al-O Buckingham row for the spinel set, and the Born-Mayer-Huggins NaCl
-# constants of Tosi and Fumi with O in place of Cl (the engine has no chlorine).
+# (built in), an Al-O Buckingham row for the spinel set, and Born-Mayer-Huggins rows shaped like
+# the Tosi-Fumi alkali halide sets with O for Cl (illustrative: both programs read the same).
 NAO = {("Na", "Na"): "0.263690 0.317 2.340 1.048553 -0.499366",
        ("Na", "O"): "0.210960 0.317 2.755 6.990550 -8.675770",
        ("O", "O"): "0.158220 0.317 3.170 72.40215 -145.4284"}
