@@ -33,6 +33,8 @@ struct FamilyStates {
     IonicState delaye_potl;
     IonicState untitle;
     IonicState feopotl;
+    IonicState azizhe2;
+    IonicState hehepot;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

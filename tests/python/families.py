@@ -237,6 +237,12 @@ FAMILIES = [
     Family("BPUPOTL", "SiO_", every_pair(("Si", "O_"), "BPUPOTL"),
            ionic_edges({(0, 1): (1.4, 1.7), (1, 1): (1.54, 1.84)}, cation=((0, 0),)),
            closest=0.35, box=14.0, atoms=10, tables=write_buck_in),
+    Family("AzizHe2", "He", [("He", "He", "AzizHe2")],
+           {(0, 0): [(0.14, True), (0.44, True), (5.0, True), (6.0, True)]},
+           closest=0.1, box=13.0, atoms=12),
+    Family("HeHePOT", "He", [("He", "He", "HeHePOT")],
+           {(0, 0): [(0.12, True), (0.42, True), (3.3, True), (3.8, True)]},
+           closest=0.1, box=9.0, atoms=12),
     Family("ACKLIST", "Fe", [("Fe", "Fe", "ACKLIST")], {(0, 0): [(3.6, False)]},
            closest=1.9, box=16.0, atoms=8, tables=write_acklist_table,
            # The cut-off radius grows by 2.8665 at every call of a process: from the second

@@ -64,16 +64,20 @@ Jet zbl_jet(const IonicPairType& p, double r) {
         ds += p.zbl.cond[k] * term;
         d2s += p.zbl.cond[k] * p.zbl.cond[k] * term;
     }
-    return {s / r + p.row.zbl_shift, ds / r - s / (r * r),
-            d2s / r - 2.0 * ds / (r * r) + 2.0 * s / (r * r * r)};
+    // The slope and curvature of the region as evaluated: the shift enters as -shift/r.
+    const double shift = p.row.zbl_shift;
+    return {s / r + shift, ds / r - s / (r * r) - shift / r,
+            d2s / r - 2.0 * ds / (r * r) + 2.0 * s / (r * r * r) + shift / (r * r)};
 }
 
+// The long-range form's value and slope, its curvature from the slope by central differences.
 Jet long_range_jet(const IonicPairType& p, double r) {
-    const LongRangeForm& f = p.row.form;
-    const double e = f.a * std::exp((f.sigma - r) / f.rho);
-    const double r6 = std::pow(r, 6), r8 = std::pow(r, 8);
-    return {e - f.c / r6 + f.d / r8, -e / f.rho + 6.0 * f.c / (r6 * r) - 8.0 * f.d / (r8 * r),
-            e / (f.rho * f.rho) - 42.0 * f.c / (r6 * r * r) + 72.0 * f.d / (r8 * r * r)};
+    double v = 0.0, g = 0.0, g_in = 0.0, g_out = 0.0, unused = 0.0;
+    const double h = 1e-5 * r;
+    ionic_long_range_region(p, r, v, g);
+    ionic_long_range_region(p, r - h, unused, g_in);
+    ionic_long_range_region(p, r + h, unused, g_out);
+    return {v, g, (g_out - g_in) / (2.0 * h)};
 }
 
 // The quintic in x = r - r0 on [0, h] that has the jets `left` at x = 0 and `right` at x = h.
@@ -107,12 +111,12 @@ void check_row(const IonicPairRow& row, const RowSource& source) {
                     number(row.taper_centre) + ", W = " + number(row.taper_half_width));
     if (!(row.form.rho > 0.0))
         source.fail(name + ": rho must be positive, found " + number(row.form.rho));
-    if (!(row.r_zbl > 0.0) || !(row.r_zbl <= row.r_join) ||
-        !(row.r_join <= std::max(r_taper, row.taper_centre + row.taper_half_width)))
-        source.fail(name + ": the join radii need 0 < r_zbl <= r_join <= R - W, found " +
-                    number(row.r_zbl) + " and " + number(row.r_join));
-    if (row.r_join > r_taper && row.r_zbl != row.r_join)
-        source.fail(name + ": the bridge must end before the taper starts at " + number(r_taper));
+    const double cutoff = row.taper_centre + row.taper_half_width;
+    const bool repulsion_only = row.r_zbl == cutoff && row.r_join == cutoff;
+    if (!repulsion_only && !(row.r_zbl > 0.0 && row.r_zbl < row.r_join && row.r_join <= r_taper))
+        source.fail(name +
+                    ": the join radii need 0 < r_zbl < r_join <= R - W = " + number(r_taper) +
+                    ", found " + number(row.r_zbl) + " and " + number(row.r_join));
     if (row.screening.given && !(row.screening.length > 0.0))
         source.fail(name + ": the screening length must be positive");
 }
@@ -132,6 +136,8 @@ IonicPairType derive(const IonicPairRow& row, const IonicKeyword& keyword,
     p.a_over_rho = row.form.a / row.form.rho;
     p.six_c = 6.0 * row.form.c;
     p.eight_d = 8.0 * row.form.d;
+    p.inverse_r_m = 1.0 / row.aziz.r_m;
+    p.beck_k = 2.709 + 3.0 * row.beck.a0 * row.beck.a0;
     p.taper_start = row.taper_centre - row.taper_half_width;
     p.taper_rate = std::numbers::pi / (2.0 * row.taper_half_width);
     p.conrh = row.taper_centre + row.taper_half_width;
@@ -180,16 +186,17 @@ void ionic_setup(IonicState& state, const IonicKeyword& keyword, int32_t k) {
         const std::string path(keyword.file);
         if (std::filesystem::exists(path)) {
             state.source = path;
-            const auto from_file = read_ionic_file(path);
+            const auto from_file = read_ionic_file(path, keyword.variants);
+            if (from_file.empty())
+                input_error(path, 0, "no pair records");
             const bool types_from_file = keyword.pairs.empty() && keyword.elements.empty();
             if (types_from_file)
                 state.types.clear();
             for (const auto& [line, row] : from_file) {
                 const RowSource where{path, line};
                 if (types_from_file) {
-                    if (find_type(state.types, row.za, row.zb) != 0)
-                        where.fail("the pair " + pair_name(row.za, row.zb) + " is given twice");
-                    state.types.push_back({row.za, row.zb});
+                    if (find_type(state.types, row.za, row.zb) == 0)
+                        state.types.push_back({row.za, row.zb});
                 } else if (find_type(state.types, row.za, row.zb) == 0) {
                     where.fail("the pair " + pair_name(row.za, row.zb) + " is not a pair of " +
                                std::string(keyword.name));

@@ -21,6 +21,7 @@ struct IonicPairType {
     double bridge_origin = 0.0;  // the bridge is a quintic in r - bridge_origin
     Quintic bridge{};
     double inverse_rho = 0.0, a_over_rho = 0.0, six_c = 0.0, eight_d = 0.0;
+    double inverse_r_m = 0.0, beck_k = 0.0;      // 1/r_m of an Aziz form, 2.709 + 3a^2 of Beck's
     double taper_start = 0.0, taper_rate = 0.0;  // R - W and pi/(2W)
     double conrh = 0.0, conrh2 = 0.0;
 };
@@ -65,7 +66,45 @@ inline void ionic_bridge_region(const IonicPairType& p, double r, double& v, dou
     g = p.bridge.derivative(x);
 }
 
+inline void aziz_region(const AzizForm& f, double inverse_r_m, double r, double& v, double& g) {
+    const double x = r * inverse_r_m;
+    const double repulsion = f.a * std::exp(x * (f.beta * x - f.alpha));
+    const double ix2 = 1.0 / (x * x);
+    const double ix6 = ix2 * ix2 * ix2;
+    const double dispersion = ix6 * (f.c6 + ix2 * (f.c8 + ix2 * f.c10));
+    const double dispersion_slope =
+        -ix6 / x * (6.0 * f.c6 + ix2 * (8.0 * f.c8 + ix2 * 10.0 * f.c10));
+    double damping = 1.0, damping_slope = 0.0;
+    if (x < f.d) {
+        const double u = f.d / x - 1.0;
+        damping = std::exp(-u * u);
+        damping_slope = damping * 2.0 * u * f.d * ix2;
+    }
+    v = f.epsilon * (repulsion - damping * dispersion);
+    g = f.epsilon * inverse_r_m *
+        (repulsion * (2.0 * f.beta * x - f.alpha) - damping_slope * dispersion -
+         damping * dispersion_slope);
+}
+
+inline void beck_region(const BeckForm& f, double k, double r, double& v, double& g) {
+    const double r2 = r * r;
+    const double r5 = r2 * r2 * r;
+    const double repulsion = f.a * std::exp(-f.alpha * r - f.beta * r5 * r);
+    const double is = 1.0 / (r2 + f.a0 * f.a0);
+    const double is3 = is * is * is;
+    v = repulsion - f.b * is3 * (1.0 + k * is);
+    g = repulsion * (-f.alpha - 6.0 * f.beta * r5) + f.b * r * is3 * is * (6.0 + 8.0 * k * is);
+}
+
 inline void ionic_long_range_region(const IonicPairType& p, double r, double& v, double& g) {
+    if (p.row.kind == PairForm::Aziz) {
+        aziz_region(p.row.aziz, p.inverse_r_m, r, v, g);
+        return;
+    }
+    if (p.row.kind == PairForm::Beck) {
+        beck_region(p.row.beck, p.beck_k, r, v, g);
+        return;
+    }
     const LongRangeForm& form = p.row.form;
     const double repulsion = std::exp((form.sigma - r) * p.inverse_rho);
     const double inverse_r2 = 1.0 / (r * r);
@@ -108,6 +147,8 @@ PairValue ionic_pair(const IonicState& state, int32_t t, double r);
 
 // The rows of an ionic parameter file with their line numbers (format in
 // docs/families/BPUPOTL.md); input errors name the file and line.
-std::vector<std::pair<int, IonicPairRow>> read_ionic_file(const std::string& path);
+// A "variant A B NAME" record stands for the row of `variants` with that name and pair.
+std::vector<std::pair<int, IonicPairRow>> read_ionic_file(
+    const std::string& path, std::span<const IonicPairRow> variants = {});
 
 }  // namespace pelix

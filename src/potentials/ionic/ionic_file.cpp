@@ -4,12 +4,14 @@
 //   buck  A B  A rho C            R W  r_zbl r_join  [shift [s1 s2 s3 s4 s5 s6]]
 //   born  A B  A rho sigma C D    R W  r_zbl r_join  [shift [s1 s2 s3 s4 s5 s6]]
 //   zbl   A B  R W  [a c1 c2 c3 c4 d1 d2 d3 d4]
+//   variant A B NAME
 //
 // The columns after the elements are the Buckingham (or Born-Mayer-Huggins) constants, the
 // taper centre and half-width, the join radii, the constant added to the screened repulsion
 // and the bridge polynomial in r; without s1..s6 the bridge is fitted. A "zbl" record is the
 // tapered repulsion alone, with the keyword's screening or its own (length a, amplitudes c,
-// rates d).
+// rates d). A "variant" record takes the keyword's row of that name (the He-He sets of
+// "AzizHe2").
 #include <algorithm>
 #include <cctype>
 
@@ -34,7 +36,8 @@ int32_t element(const RecordFile& file, const std::string& item) {
 
 }  // namespace
 
-std::vector<std::pair<int, IonicPairRow>> read_ionic_file(const std::string& path) {
+std::vector<std::pair<int, IonicPairRow>> read_ionic_file(const std::string& path,
+                                                          std::span<const IonicPairRow> variants) {
     RecordFile file(path);
     std::vector<std::pair<int, IonicPairRow>> rows;
     for (std::vector<std::string> items; file.next(items);) {
@@ -42,9 +45,26 @@ std::vector<std::pair<int, IonicPairRow>> read_ionic_file(const std::string& pat
         std::transform(form.begin(), form.end(), form.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
         const bool born = form == "born";
+        if (form == "variant") {
+            file.expect(items, 4, "variant A B NAME");
+            const int32_t za = element(file, items[1]), zb = element(file, items[2]);
+            std::string known;
+            for (const IonicPairRow& row : variants) {
+                if (((row.za == za && row.zb == zb) || (row.za == zb && row.zb == za)) &&
+                    row.variant == items[3]) {
+                    rows.push_back({file.line(), row});
+                    break;
+                }
+                known += " " + std::string(row.variant);
+            }
+            if (rows.empty() || rows.back().first != file.line())
+                file.fail("no variant '" + items[3] + "' for this pair; known:" +
+                          (known.empty() ? std::string(" none") : known));
+            continue;
+        }
         if (form != "buck" && !born && form != "zbl")
-            file.fail("expected a record starting with buck, born or zbl, found '" + items[0] +
-                      "'");
+            file.fail("expected a record starting with buck, born, zbl or variant, found '" +
+                      items[0] + "'");
         const std::size_t n = items.size();
         if (n < 3)
             file.expect(items, form == "zbl" ? 5 : (born ? 12 : 10), form + " A B ...");

@@ -2,6 +2,7 @@
 // The keywords of the ionic pair path as rows. Sources, the join radii and the checks:
 // docs/families/<keyword>.md.
 #include <array>
+#include <string_view>
 
 #include "potentials/ionic/rows.hpp"
 
@@ -122,6 +123,52 @@ inline constexpr ElementPair kFeopotlPairs[] = {{kFe, kO}};
 inline constexpr int32_t kBsipotlElements[] = {kSi, kO, kB, kNa, kLi, kZr};
 inline constexpr int32_t kDelayeElements[] = {kSi, kO, kB, kNa, kZr, kAl, kCa, kCs, kU};
 
+// --- Helium pairs: Aziz's HFD sets (HFD-B built in, the others by name from "AzizHe2.IN") and
+// Beck's form as Juslin and Wirth use it. Join radii by the rule above; tapers 5.0-6.0 A
+// (Aziz) and 3.3-3.8 A (Beck, where the published table of Juslin and Wirth tapers).
+inline constexpr int32_t kHe = 2;
+inline constexpr double kBoltzmann = 8.617333262e-5;  // eV/K
+
+constexpr IonicPairRow aziz(std::string_view name, double epsilon_kelvin, double r_m, double a,
+                            double alpha, double beta, double c6, double c8, double c10, double d,
+                            double r_zbl, double r_join) {
+    IonicPairRow row;
+    row.za = row.zb = kHe;
+    row.kind = PairForm::Aziz;
+    row.aziz = {epsilon_kelvin * kBoltzmann, r_m, a, alpha, beta, c6, c8, c10, d};
+    row.taper_centre = 5.5;
+    row.taper_half_width = 0.5;
+    row.r_zbl = r_zbl;
+    row.r_join = r_join;
+    row.variant = name;
+    return row;
+}
+
+// Aziz, McCourt and Wong 1987; Aziz et al. 1979; Aziz, Janzen and Moldover 1995.
+inline constexpr IonicPairRow kAzizRows[] = {
+    aziz("HFD-B", 10.948, 2.963, 184431.01, 10.43329537, -2.27965105, 1.36745214, 0.42123807,
+         0.17473318, 1.4826, 0.14, 0.44),
+    aziz("HFDHE2", 10.8, 2.9673, 0.5448504e6, 13.353384, 0.0, 1.3732412, 0.4253785, 0.1781,
+         1.241314, 1.20, 1.50),
+    aziz("HFD-B3-FCI1", 10.956, 2.9683, 186924.404, 10.5717543, -2.07758779, 1.35186623, 0.41495143,
+         0.17151143, 1.438, 0.14, 0.44),
+};
+inline constexpr IonicPairRow kAzizDefault[] = {kAzizRows[0]};
+
+constexpr IonicPairRow beck_row() {
+    IonicPairRow row;
+    row.za = row.zb = kHe;
+    row.kind = PairForm::Beck;
+    row.beck = {398.7, 4.390, 3.746e-4, 0.869, 0.675};
+    row.taper_centre = 3.55;
+    row.taper_half_width = 0.25;
+    row.r_zbl = 0.12;
+    row.r_join = 0.42;
+    return row;
+}
+inline constexpr IonicPairRow kBeckRows[] = {beck_row()};
+inline constexpr ElementPair kHeHePairs[] = {{kHe, kHe}};
+
 }  // namespace ionic_rows
 
 inline constexpr IonicKeyword kBuckbwKeyword{
@@ -210,5 +257,28 @@ inline constexpr IonicKeyword kFeopotlKeyword{
     .bond_capacity = 185.0,
     .pairs = ionic_rows::kFeopotlPairs,
     .file = "FeOPOTL.IN"};
+
+}  // namespace pelix
+
+namespace pelix {
+
+inline constexpr IonicKeyword kAzizhe2Keyword{
+    .name = "AzizHe2",
+    .mapij_message = "AzizHe2_MAPIJ: Problems to set AzizHe2_MAPIJ",
+    .overflow_message = "HeHeAzizHeHePOTL_NEB: WHATs WRONG WITH INTERSIZE",
+    .bond_capacity = 185.0,
+    .pairs = ionic_rows::kHeHePairs,
+    .builtin = ionic_rows::kAzizDefault,
+    .file = "AzizHe2.IN",
+    .variants = ionic_rows::kAzizRows};
+
+inline constexpr IonicKeyword kHehepotKeyword{
+    .name = "HeHePOT",
+    .mapij_message = "HeHePOT_MAPIJ: Problems to set HeHePOT_MAPIJ",
+    .overflow_message = "HeHeZBLPOTL_NEB: WHATs WRONG WITH INTERSIZE",
+    .bond_capacity = 185.0,
+    .pairs = ionic_rows::kHeHePairs,
+    .builtin = ionic_rows::kBeckRows,
+    .file = "HeHePOT.IN"};
 
 }  // namespace pelix

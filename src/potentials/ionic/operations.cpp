@@ -15,5 +15,7 @@ const FamilyOps kBsipotlOps = IonicOperations<kBsipotlKeyword, &FamilyStates::bs
 const FamilyOps kDelayeOps = IonicOperations<kDelayeKeyword, &FamilyStates::delaye_potl>::ops;
 const FamilyOps kUntitleOps = IonicOperations<kUntitleKeyword, &FamilyStates::untitle>::ops;
 const FamilyOps kFeopotlOps = IonicOperations<kFeopotlKeyword, &FamilyStates::feopotl>::ops;
+const FamilyOps kAzizhe2Ops = IonicOperations<kAzizhe2Keyword, &FamilyStates::azizhe2>::ops;
+const FamilyOps kHehepotOps = IonicOperations<kHehepotKeyword, &FamilyStates::hehepot>::ops;
 
 }  // namespace pelix

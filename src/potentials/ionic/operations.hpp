@@ -14,5 +14,7 @@ extern const FamilyOps kBsipotlOps;
 extern const FamilyOps kDelayeOps;
 extern const FamilyOps kUntitleOps;
 extern const FamilyOps kFeopotlOps;
+extern const FamilyOps kAzizhe2Ops;
+extern const FamilyOps kHehepotOps;
 
 }  // namespace pelix
