@@ -121,6 +121,16 @@ def write_buck_in(directory: Path) -> None:
     (Path(directory) / "buck.IN").write_text(BUCK_IN)
 
 
+def file_family(keyword, symbols, text, joins, cation=(), others=(), **kw):
+    """A keyword of the ionic path reading `text` from "<keyword>.IN" (illustrative rows)."""
+    edges = ionic_edges(joins, cation) | dict(others)
+    pairs = [(a, b, keyword if (i, j) in edges else "ZERO")
+             for i, a in enumerate(symbols) for j, b in enumerate(symbols) if i <= j]
+    write = lambda directory: (Path(directory) / f"{keyword}.IN").write_text(text)  # noqa: E731
+    return Family(keyword, "".join(symbols), pairs, edges,
+                  closest=0.35, box=14.0, atoms=10, tables=write, **kw)
+
+
 def ionic_edges(joins: dict, cation: tuple = ()):
     """Edges of the ionic rows: the bridge ends (joins per pair) and the taper 5.5-6.5 A; the
     repulsion-only pairs `cation` taper from 1.5 to 2.5 A."""
@@ -237,6 +247,20 @@ FAMILIES = [
     Family("BPUPOTL", "SiO_", every_pair(("Si", "O_"), "BPUPOTL"),
            ionic_edges({(0, 1): (1.4, 1.7), (1, 1): (1.54, 1.84)}, cation=((0, 0),)),
            closest=0.35, box=14.0, atoms=10, tables=write_buck_in),
+    file_family("SPINELP", ("Mg", "Al", "O_"), "buck Al O 1725.0 0.28971 0.0 6.0 0.5 0.40 0.70\n",
+                {(0, 2): (0.4, 0.7), (1, 2): (0.4, 0.7), (2, 2): (1.54, 1.84)},
+                cation=((0, 0), (0, 1), (1, 1))),
+    file_family("EROPOTL", ("Er", "O_"), "zbl Er Er 2.0 0.5\nbuck Er O 1300 0.35 0 6.0 0.5 1.09 1.39\n"
+                "buck O O 9547.96 0.21916 32.0 6.0 0.5 1.54 1.84\n",
+                {(0, 1): (1.09, 1.39), (1, 1): (1.54, 1.84)}, cation=((0, 0),)),
+    *[file_family(keyword, ("Si", "O_"), BUCK_IN, {(0, 1): (1.4, 1.7), (1, 1): (1.54, 1.84)},
+                  cation=((0, 0),)) for keyword in ("BSIPOTL", "DELAYE_POTL")],
+    file_family("UNTITLE", ("Fe", "Y_", "O_"), "zbl Fe Y 3.5 0.5 0.1 0.2 0.3 0.4 0.1 0.2 0.4 0.9 3\n"
+                "zbl Fe O 3.0 0.5 0.12 0.3 0.3 0.3 0.1 0.2 0.5 1 2\n", {},
+                others={(0, 1): [(3.0, True), (4.0, True)], (0, 2): [(2.5, True), (3.5, True)]}),
+    file_family("FeOPOTL", ("Fe", "O_"), "buck Fe O 29698.0 0.20246 182.87 3.5 0.4 0.75 1.35 0.0 "
+                "3469.799 -12272.182 18121.859 -13741.085 5287.9223 -820.12171\n", {},
+                others={(0, 1): [(0.75, False), (1.35, False), (3.1, True), (3.9, True)]}),
     Family("AzizHe2", "He", [("He", "He", "AzizHe2")],
            {(0, 0): [(0.14, True), (0.44, True), (5.0, True), (6.0, True)]},
            closest=0.1, box=13.0, atoms=12),
