@@ -51,7 +51,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"ZERO", "zero_potl_interaction", &kZero},
     {"HeFePOT", "hefepotl_interaction", nullptr},
     {"HeHePOT", "hehepotl_interaction", &kHehepotOps},
-    {"FEIGAO", "feigao_interaction", nullptr},
+    {"FEIGAO", "feigao_interaction", &kFeigaoOps},
     {"AzizHe2", "azizhehe_interaction", &kAzizhe2Ops},
     {"MENDEL", "mendelev_interaction", &kMendelOps},
     {"AMtest", "amtest_interaction", &kAmtestOps},

@@ -21,6 +21,7 @@ struct FamilyStates {
     KnotEamState mendel;
     KnotEamState amtest;
     KnotEamState ackleam;
+    KnotEamState feigao;
     KnotEamState acknial;
     KnotEamState giovani;
     IonicState buckbw;

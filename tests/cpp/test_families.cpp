@@ -234,6 +234,8 @@ const std::vector<Family> kFamilies = {
      {{kFe, kFe, 1, 4.0}, {kNi, kNi, 2, 5.6}, {kCr, kCr, 3, 5.6}, {kFe, kNi, 4, 5.6},
       {kFe, kCr, 5, 5.6}, {kNi, kCr, 6, 5.6}},
      {{kFe, kP, problems("GIOVANI")}}, 300, wrong("GIOVANI")},
+    knot_eam<kFeigaoKeyword, &FamilyStates::feigao>("FEIGAO", {{kFe, kHe, 1, 4.10}},
+     {{kHe, kHe, to_set("FEIGAO")}, {kFe, kFe, to_set("FEIGAO")}}),
     knot_eam<kAckleamKeyword, &FamilyStates::ackleam>("ACKLEAM",
      {{kP, kP, 1, 5.3}, {kP, kFe, 2, 5.3}, {kFe, kFe, 3, 5.3}},
      {{kFe, kNi, "FUNCTION ACKLEAM_MAPIJ: Problems to set ACKLEAM_MAPIJ"}}),
@@ -419,13 +421,33 @@ TEST(Ackland, IronDimerCarriesHalfItsPairTermAndItsOwnEmbedding) {
     }
 }
 
+// Energy per atom V/2 + F_s(phi_s) and the force on the helium atom (on the +x side) of an
+// iron-helium pair, computed with NumPy from the published knots, s-density and embedding (at
+// 4.0 A only the density reaches).
+TEST(Feigao, IronHeliumDimerCarriesHalfItsPairTermAndBothEmbedTheSDensity) {
+    for (const auto& [r, pe, force] :
+         {std::tuple{2.0, 0.2692149603291615, 0.9887185642377455},
+          std::tuple{3.0, 0.019733436966023844, 0.15443989943372072},
+          std::tuple{4.0, 7.428164933775706e-5, 3.7417587390208397e-4}}) {
+        Engine engine = dimer(kFe, kHe, r);
+        kFeigaoOps.setup(engine, 1);
+        kFeigaoOps.evaluate(engine);
+        for (const double e : engine.atoms.pe)
+            EXPECT_NEAR(e, pe, 1e-13 * pe) << r;
+        EXPECT_NEAR(engine.ff.fx[1], force, 1e-12 * force) << r;
+        EXPECT_NEAR(engine.ff.fx[0], -force, 1e-12 * force) << r;
+    }
+}
+
 // A bridge fitted at set-up meets ZBL at the short-range radius and the pair term at its end
 // with the same energy and slope: no force jumps there.
 TEST_F(Families, FittedBridgesJoinWithoutAStepInEnergyOrForce) {
     Engine engine;
     setup_prms_for_acknial(engine, 1);
     setup_prms_for_giovani(engine, 1);
-    for (const KnotEamState* state : {&engine.families.acknial, &engine.families.giovani})
+    kFeigaoOps.setup(engine, 1);
+    for (const KnotEamState* state :
+         {&engine.families.acknial, &engine.families.giovani, &engine.families.feigao})
         for (const KnotEamPairType& pair : state->pair) {
             if (!pair.defined)
                 continue;
@@ -436,6 +458,9 @@ TEST_F(Families, FittedBridgesJoinWithoutAStepInEnergyOrForce) {
                 EXPECT_NEAR(in.f, out.f, 1e-9 * std::abs(in.f)) << pair.za << "-" << pair.zb;
             }
         }
+    const KnotEamPairType& fehe = engine.families.feigao.pair[0];  // its bridge repels throughout
+    for (double r = fehe.sr_cutoff; r < fehe.cutin; r += 0.002)
+        EXPECT_GT(knot_eam_bond_pair(fehe, r).f, 0.0) << r;
     // The ionic bridges also meet with the same curvature, and repel throughout.
     setup_prms_for_buckbw(engine, 1);
     IonicOperations<kMgopotlKeyword, &FamilyStates::mgopotl>::setup(engine, 1);

@@ -1,8 +1,8 @@
 #pragma once
 // The knot-sum embedded-atom keywords as rows: "ACKLAND" (iron, silver, gold), "MENDEL" and
 // "AMtest" (iron), "ACKLEAM" (phosphorus in iron), "ACKNIAL" (nickel; its other pairs and any
-// replacement of the nickel rows come from "acknial.IN", see acknial.hpp). Sources and checks:
-// docs/families/.
+// replacement of the nickel rows come from "acknial.IN", see acknial.hpp), "FEIGAO" (helium in
+// iron). Sources and checks: docs/families/.
 #include <array>
 
 #include "potentials/knot_eam/rows.hpp"
@@ -183,6 +183,44 @@ inline constexpr EamPairRow kAcknialPairs[] = {
 inline constexpr EamDensityRow kAcknialDensities[] = {
     {kNi, kNi, {kNiDensityKnots, kNiDensityCoefs}}};
 
+// --- Helium in iron, the Fe-He set of Gao et al. 2011 as the public eOn parameters give it --
+
+inline constexpr int32_t kHe = 2;
+inline constexpr std::array<double, 8> kFeHeKnots{1.5440, 1.6155, 1.6896, 1.8017,
+                                                  2.0482, 2.3816, 3.5067, 3.9028};
+inline constexpr std::array<double, 8> kFeHeCoefs{
+    559.804426025391, -45.916354995728, 35.550312671661, 164.319865173340,
+    -1.727464405060,  0.106771826237,   0.073715269849,  0.038235287677};
+// The s-band density 20 r^3 exp(-2 psi r), psi = 1.5312426703208 bohr^-1, up to 4.10 A. Every
+// Fe-He bond feeds it to both atoms.
+inline constexpr CubicExpDensity kFeHeDensity{20.0, 1.5312426703208 / 0.529177210818181818, 4.10};
+// ZBL (rule A) at and below 0.1 A, the published pair (V(0) = 2991 eV, above ZBL from 0.139 A
+// outwards) from 0.3 A; the exponential bridge between, fitted at set-up, repels throughout.
+inline constexpr double kFeHeZblRadius = 0.1, kFeHeBridgeEnd = 0.3;
+
+inline constexpr EamPairRow kFeigaoPairs[] = {
+    {kFe,
+     kHe,
+     {kFeHeKnots, kFeHeCoefs},
+     {},
+     {},
+     kFeHeZblRadius,
+     kFeHeBridgeEnd,
+     ScreeningRule::A,
+     0.0,
+     BridgeJoin::Exponent,
+     true},
+};
+inline constexpr EamDensityRow kFeigaoDensities[] = {
+    {kFe, kHe, {}, 1.0, {}, kFeHeDensity},
+    {kHe, kFe, {}, 1.0, {}, kFeHeDensity},
+};
+// F_s(rho) = 0.220813420485 sqrt(rho) + 1.367508764130 rho^2 + 3.382256025271 rho^4 for both.
+inline constexpr EamElementRow kFeigaoElements[] = {
+    {kFe, 1.367508764130, 3.382256025271, 0.0, 0.220813420485},
+    {kHe, 1.367508764130, 3.382256025271, 0.0, 0.220813420485},
+};
+
 }  // namespace pelix::knot_eam_rows
 
 namespace pelix {
@@ -221,5 +259,12 @@ inline constexpr KnotEamKeyword kAcknialKeyword{
     knot_eam_rows::kAcknialPairs,
     knot_eam_rows::kAcknialDensities,
     {}};
+
+inline constexpr KnotEamKeyword kFeigaoKeyword{"FEIGAO_MAPIJ: Problems to set FEIGAO_MAPIJ",
+                                               "FEIGAO_NEB: WHATs WRONG WITH INTERSIZE",
+                                               100.0,
+                                               knot_eam_rows::kFeigaoPairs,
+                                               knot_eam_rows::kFeigaoDensities,
+                                               knot_eam_rows::kFeigaoElements};
 
 }  // namespace pelix

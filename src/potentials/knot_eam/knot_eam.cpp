@@ -61,7 +61,15 @@ double reach(const std::vector<double>& knot, const std::vector<double>& coef) {
 }
 
 double reach(const KnotEamDensity& density) {
-    return density.knot.empty() ? density.screened.rc : reach(density.knot, density.coef);
+    if (!density.knot.empty())
+        return reach(density.knot, density.coef);
+    return density.cubic_exp.n != 0.0 ? density.cubic_exp.rc : density.screened.rc;
+}
+
+// The density of a form without knots: the cubic-exponential one when given, else the screened.
+DensityValue density_form(const KnotEamDensity& density, double r) {
+    return density.cubic_exp.n != 0.0 ? cubic_exp_density(density.cubic_exp, r)
+                                      : screened_density(density.screened, r);
 }
 
 // sum_n c_n x^n for n = first, first + 1, ... and its derivative, x = rc - r > 0.
@@ -144,6 +152,16 @@ DensityValue screened_density(const ScreenedDensity& form, double r) {
     return out;
 }
 
+DensityValue cubic_exp_density(const CubicExpDensity& form, double r) {
+    DensityValue out;
+    if (!(r < form.rc))
+        return out;
+    const double g = form.n * r * r * std::exp(-2.0 * form.psi * r);
+    out.rho = g * r;
+    out.drho = g * (3.0 - 2.0 * form.psi * r);
+    return out;
+}
+
 Quintic fit_exponential_bridge(double r1, PairValue inner, double r2, PairValue outer) {
     // p(r) = ln V and p'(r) = -F / V at both ends: four linear equations in b0..b3, solved by
     // elimination with partial pivoting.
@@ -203,6 +221,7 @@ void knot_eam_setup(KnotEamState& state, const KnotEamKeyword& keyword, int32_t 
                     density.coef = copy(row.psi.coef);
                     density.scale = row.scale;
                     density.screened = row.screened;
+                    density.cubic_exp = row.cubic_exp;
                 }
             }
         }
@@ -270,7 +289,7 @@ PairValue knot_eam_pair(const KnotEamState& state, int32_t t, double r) {
 DensityValue knot_eam_density(const KnotEamState& state, int32_t centre, int32_t t, double r) {
     const KnotEamDensity& density = state.density_of(state.element_index(centre), t);
     if (density.knot.empty())
-        return screened_density(density.screened, r);
+        return density_form(density, r);
     DensityValue out;
     cubic_knot_density(density.knot.data(), density.coef.data(), density.knot.size(), r, out.rho,
                        out.drho);
@@ -314,7 +333,7 @@ void knot_eam_bond_densities(const KnotEamState& state, int32_t e, const int32_t
         const KnotEamDensity& density = state.density_of(e, t);
         if (density.knot.empty()) {
             for (int32_t k = from; k < to; ++k) {
-                const DensityValue value = screened_density(density.screened, r[k]);
+                const DensityValue value = density_form(density, r[k]);
                 rho[k] = value.rho;
                 drho[k] = value.drho;
             }

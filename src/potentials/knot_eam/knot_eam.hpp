@@ -49,10 +49,13 @@ struct KnotEamDensity {
     std::vector<double> knot, coef;
     double scale = 1.0;
     ScreenedDensity screened{};
+    CubicExpDensity cubic_exp{};
 };
 
 // The screened density and its derivative at r.
 DensityValue screened_density(const ScreenedDensity& form, double r);
+// The cubic-exponential density and its derivative at r.
+DensityValue cubic_exp_density(const CubicExpDensity& form, double r);
 
 struct KnotEamState {
     int32_t idnum = 0;

@@ -15,6 +15,7 @@ const FamilyOps kAcklandOps = KnotEamOperations<kAcklandKeyword, &FamilyStates::
 const FamilyOps kMendelOps = KnotEamOperations<kMendelKeyword, &FamilyStates::mendel>::ops;
 const FamilyOps kAmtestOps = KnotEamOperations<kAmtestKeyword, &FamilyStates::amtest>::ops;
 const FamilyOps kAckleamOps = KnotEamOperations<kAckleamKeyword, &FamilyStates::ackleam>::ops;
+const FamilyOps kFeigaoOps = KnotEamOperations<kFeigaoKeyword, &FamilyStates::feigao>::ops;
 
 void setup_prms_for_ackland(Engine& engine, int32_t k) {
     AcklandOps::setup(engine, k);

@@ -13,6 +13,7 @@ extern const FamilyOps kAcklandOps;
 extern const FamilyOps kMendelOps;
 extern const FamilyOps kAmtestOps;
 extern const FamilyOps kAckleamOps;
+extern const FamilyOps kFeigaoOps;
 
 void setup_prms_for_ackland(Engine& engine, int32_t k);
 double ackland_cutoff_squared(Engine& engine, int32_t za, int32_t zb);

@@ -35,6 +35,11 @@ struct ScreenedDensity {
     double a = 0.0, beta = 0.0, rc = 0.0, h = 0.0;
 };
 
+// N r^3 exp(-2 psi r) for r < rc; zero beyond.
+struct CubicExpDensity {
+    double n = 0.0, psi = 0.0, rc = 0.0;
+};
+
 enum class BridgeJoin { Exponent, Energy };
 
 // One unordered element pair; its position among a keyword's rows is its pair type (1-based).
@@ -58,12 +63,14 @@ struct EamPairRow {
 };
 
 // The density at an atom of element `centre` from a neighbour of element `neighbour`:
-// scale x the knot sum, or the screened form when there are no knots.
+// scale x the knot sum; without knots, the cubic-exponential form when its N is not zero, else
+// the screened form.
 struct EamDensityRow {
     int32_t centre = 0, neighbour = 0;
     KnotSum psi{};
     double scale = 1.0;
     ScreenedDensity screened{};
+    CubicExpDensity cubic_exp{};
 };
 
 // The embedding of an element: a2, a4 beside -sqrt(rho), or every coefficient.
