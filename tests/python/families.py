@@ -261,6 +261,9 @@ FAMILIES = [
     file_family("FeOPOTL", ("Fe", "O_"), "buck Fe O 29698.0 0.20246 182.87 3.5 0.4 0.75 1.35 0.0 "
                 "3469.799 -12272.182 18121.859 -13741.085 5287.9223 -820.12171\n", {},
                 others={(0, 1): [(0.75, False), (1.35, False), (3.1, True), (3.9, True)]}),
+    Family("FEIGAO", "FeHe", [("Fe", "He", "FEIGAO"), ("Fe", "Fe", "ZERO"), ("He", "He", "ZERO")],
+           {(0, 1): [(0.1, True), (0.3, True), (3.9028, True), (4.10, False)]},
+           closest=0.07, box=10.0, atoms=8),
     Family("AzizHe2", "He", [("He", "He", "AzizHe2")],
            {(0, 0): [(0.14, True), (0.44, True), (5.0, True), (6.0, True)]},
            closest=0.1, box=13.0, atoms=12),
