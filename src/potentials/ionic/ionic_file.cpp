@@ -55,7 +55,7 @@ std::vector<std::pair<int, IonicPairRow>> read_ionic_file(const std::string& pat
                     rows.push_back({file.line(), row});
                     break;
                 }
-                known += " " + std::string(row.variant);
+                known.append(" ").append(row.variant);
             }
             if (rows.empty() || rows.back().first != file.line())
                 file.fail("no variant '" + items[3] + "' for this pair; known:" +
