@@ -1,7 +1,12 @@
 // Coulomb sums: the multipole tree against sums written out here (direct for an open box,
 // Ewald for a periodic one), its FFT transfer and stops; which method each run setting and
 // charge count leads to, the halving of long-range energies, the multipole settings files, and
-// the tree box that follows the charges.
+// the tree box that follows the charges; Ewald summation through whole force calls (Madelung
+// constants of three ionic crystals, which also need the neighbour list to reach the real-space
+// cut-off; forces against the energy gradient are checked through the Python tests); damped
+// shifted-force electrostatics: the forces of the triangle-layer estimate against its energy
+// gradient, and the potential-shaped pass over oxygen and yttrium neighbours with periodic
+// images, its energies against the pair formula.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,10 +23,13 @@
 #include <vector>
 
 #include "common/fatal_error.hpp"
+#include "electrostatics/dsf.hpp"
 #include "electrostatics/electrostatics.hpp"
 #include "electrostatics/ewald.hpp"
 #include "electrostatics/multipole/multipole_tree.hpp"
 #include "engine/engine.hpp"
+#include "force_call_support.hpp"
+#include "interface/driver.hpp"
 #include "scratch_dir.hpp"
 
 namespace pelix {
@@ -32,6 +40,7 @@ using multipole::MultipoleTree;
 using test_support::input_error_text;
 using test_support::stop_of;
 using Vec = std::array<double, 3>;
+constexpr double kCoulomb = 14.39964485168457;
 // x, y, z and charge of each particle; or its potential and the force q E along x, y and z.
 using Columns = std::array<std::vector<double>, 4>;
 
@@ -49,11 +58,6 @@ Columns random_charges(std::size_t n, const Vec& side, const Vec& centre, bool n
     return c;
 }
 
-Columns zeros(std::size_t n) {
-    const std::vector<double> zero(n, 0.0);
-    return {zero, zero, zero, zero};
-}
-
 // The direct sum of an open box (no `box`), or the Ewald sum with conducting boundary and
 // neutralising background to full double precision: real space over two images each way with
 // alpha = 5 / (shortest side), reciprocal space over |k| up to 12 alpha on each axis.
@@ -64,7 +68,8 @@ Columns coulomb_sum(const Columns& c, const Vec* box = nullptr) {
     const int images = box ? 5 : 1;  // per axis
     const double alpha = box ? 5.0 / std::ranges::min(L) : 0.0, volume = L[0] * L[1] * L[2];
     const double total = std::accumulate(c[3].begin(), c[3].end(), 0.0);
-    Columns f = zeros(n);
+    Columns f;
+    f.fill(std::vector<double>(n));
     for (std::size_t i = 0; i < n; ++i) {
         for (std::size_t j = 0; j < n; ++j)
             for (int m = 0; m < images * images * images; ++m) {
@@ -124,7 +129,8 @@ MultipoleSettings settings(const Vec& side, const Vec& centre, int levels, int t
 }
 
 Columns run(MultipoleTree& tree, const Columns& c) {
-    Columns f = zeros(c[3].size());
+    Columns f;
+    f.fill(std::vector<double>(c[3].size()));
     tree.evaluate(c[3].size(), c[0].data(), c[1].data(), c[2].data(), c[3].data(), f[0].data(),
                   f[1].data(), f[2].data(), f[3].data());
     return f;
@@ -272,7 +278,9 @@ TEST(MultipoleSettings, DpmtaRecordsSetUpATreeOfHalfTheCoulombEnergyInABoxFollow
         electrostatics_call(engine);
         return engine;
     };
-    const Columns direct = coulomb_sum(c);
+    Columns want = coulomb_sum(c);
+    for (std::size_t k = 0; k < 4 * c[3].size(); ++k)
+        want[k % 4][k / 4] *= 14.39964392951822 * (k % 4 ? 1.0 : 0.5 * c[3][k / 4]);
     for (bool resize : {false, true}) {
         Engine engine = evaluate(resize);
         const ForceFieldState& ff = engine.ff;
@@ -281,9 +289,6 @@ TEST(MultipoleSettings, DpmtaRecordsSetUpATreeOfHalfTheCoulombEnergyInABoxFollow
         EXPECT_EQ((std::array<double, 8>{ff.v1y, ff.v3x, ff.xmina, ff.ymina, ff.zmina, ff.xmaxa,
                                          ff.ymaxa, ff.zmaxa}),
                   (std::array<double, 8>{0.5, 0.25, 0.0, 0.0, 0.0, 40.0, 50.0, 60.0}));
-        Columns want = direct;
-        for (std::size_t k = 0; k < 4 * c[3].size(); ++k)
-            want[k % 4][k / 4] *= 14.39964392951822 * (k % 4 ? 1.0 : 0.5 * c[3][k / 4]);
         EXPECT_LT(relative_rms({engine.atoms.pe, ff.fx, ff.fy, ff.fz}, want), 1e-4) << resize;
         finalise_multipole(engine);
         EXPECT_FALSE(engine.electrostatics.multipole.tree);
@@ -317,6 +322,104 @@ TEST(MultipoleSettings, DpmtaRecordsSetUpATreeOfHalfTheCoulombEnergyInABoxFollow
                 std::make_tuple(tree->box_sides()[k], tree->box_centre()[k], ff.dpmtahalfbox[k]),
                 std::make_tuple(max[k] - min[k], 0.5 * (max[k] + min[k]), 0.5 * side));
     }
+}
+
+// Whole periodic force calls with "ZERO" for every pair, so that the Coulomb sum is all there is.
+TEST(Ewald, MadelungConstantsOfRockSaltCaesiumChlorideAndZincBlende) {
+    test_support::ScratchDir dir(true);
+    dir.write("pelix.IN", test_support::run_configuration_text(1, 1));
+    dir.write("lattice.IN", "0\n0\n0\n");
+    dir.write("potfor.IN", "title\ncomment\n3\nNa Na ZERO\nNa O_ ZERO\nO_ O_ ZERO\n");
+    // Cation sites in the cell (fractions), the shift of each one's anion, the cell side, the
+    // nearest-neighbour distance, the published constant, and the cells along each axis.
+    using Sites = std::vector<Vec>;
+    const Sites fcc{{0, 0, 0}, {0, .5, .5}, {.5, 0, .5}, {.5, .5, 0}};
+    const std::tuple<Sites, Vec, double, double, double, int> cases[] = {
+        {fcc, {0.5, 0, 0}, 5.64, 2.82, 1.747565, 2},
+        {{{0, 0, 0}}, {0.5, 0.5, 0.5}, 4.12, 4.12 * std::sqrt(3.0) / 2.0, 1.762675, 3},
+        {fcc, {0.25, 0.25, 0.25}, 5.41, 5.41 * std::sqrt(3.0) / 4.0, 1.638055, 2},
+    };
+    for (const auto& [cations, anion, a, d, madelung, cells] : cases) {
+        // cells x cells x cells cells of cation (species 0) and anion (1), off the box faces.
+        test_support::WholeCall calls;
+        for (int i = 0; i < cells * cells * cells; ++i)
+            for (const auto& s : cations)
+                for (int k = 0; k < 2; ++k) {
+                    calls.specie.push_back(k), calls.charge.push_back(k ? -1.0 : 1.0);
+                    for (int x = 0, step = 1; x < 3; ++x, step *= cells)  // cell i / step % cells
+                        calls.pos.push_back(0.3 - 0.1 * x +
+                                            (i / step % cells + s[x] + k * anion[x]) * a);
+                }
+        Engine engine;
+        CalcForceResult result;
+        calcforce(engine, calls.call("NaO_", 2, a * cells), result);
+        const double expected = -madelung * kCoulomb / d;
+        const double per_pair = result.totalenergy / (0.5 * double(calls.pe.size()));
+        EXPECT_EQ(result.status, 0);
+        EXPECT_NEAR(per_pair, expected, 0.002 * std::fabs(expected)) << madelung;
+        // Equivalent ions carry equal shares. (Every ion sits at a centre of symmetry, where any
+        // odd pair force sums to zero: the forces are held to the energy gradient in Python.)
+        for (double e : calls.pe)
+            EXPECT_NEAR(e, expected / 2.0, 0.002 * std::fabs(expected)) << madelung;
+    }
+}
+
+// The DSF pair energy of both atoms together, written out with alpha = 0.15 and Rc = 15.
+double dsf_pair_energy(double qq, double r) {
+    const double a = std::erfc(2.25) / 15.0,
+                 b = a / 15.0 + 0.3 / std::sqrt(std::numbers::pi) * std::exp(-5.0625) / 15.0;
+    return kCoulomb * qq * (std::erfc(0.15 * r) / r - a + (r - 15.0) * b);
+}
+
+// The last atom sits at the cut-off from the first: the derivative across it is smooth only if
+// the pair energy and force vanish there.
+TEST(Dsf, TriangleLayerForcesAreMinusTheGradientOfTheEnergy) {
+    const Columns ions{{{0.0, 2.1, -1.2, 4.0, 9.0},
+                        {0.0, 0.3, 3.3, 5.1, 12.0},
+                        {0.0, -0.4, 0.8, 2.2, 0.0},
+                        {1.3, -2.0, 0.7, -0.4, 0.4}}};
+    const auto estimate = [](const Columns& at) {  // energy, then forces along x, y and z
+        Engine e = staged(at);
+        e.triangle_layer.tlayttriaatoms = {0, 1, 2, 3, 4}, e.triangle_layer.tlayttriacnt = 5;
+        tla_estimate_electrostatics(e);
+        return Columns{{{std::accumulate(e.atoms.pe.begin(), e.atoms.pe.end(), 0.0)},
+                        e.ff.fx,
+                        e.ff.fy,
+                        e.ff.fz}};
+    };
+    const Columns forces = estimate(ions);
+    for (std::size_t k = 0; k < 15; ++k) {
+        auto plus = ions, minus = ions;
+        plus[k % 3][k / 3] += 1e-5, minus[k % 3][k / 3] -= 1e-5;
+        const double slope = (estimate(plus)[0][0] - estimate(minus)[0][0]) / 2e-5;
+        EXPECT_NEAR(forces[1 + k % 3][k / 3], -slope, 1e-6)
+            << "atom " << k / 3 << " axis " << k % 3;
+    }
+}
+
+// Oxygen (species 0), yttrium (1) and iron (2) with a hand-made neighbour list: atom 0 sees
+// atom 1 through image 1 (2 A), atom 2 (iron, 4 A) and atom 3 (15 A, at the cut-off); atom 1
+// sees atom 0 through image -1; atoms 2 and 3 list atom 0.
+TEST(Dsf, PotentialPassPairsOxygenAndYttriumOnceThroughImagesWithAStrictCutOff) {
+    Engine engine = staged({{{1, 19, 5, 16}, {5, 5, 5, 5}, {5, 5, 5, 5}, {-2.0, 3.0, 1.0, -2.0}}});
+    ForceFieldState& ff = engine.ff;
+    engine.atoms.anum = {8, 39, 26}, ff.specie = {0, 1, 2, 0};
+    ff.xofset[kImageOffsetCentre + 1] = 20.0, ff.xofset[kImageOffsetCentre - 1] = -20.0;
+    ff.nebour = {1, 2, 3, 0, 0, 0}, ff.pbctyp = {1, 0, 0, -1, 0, 0}, ff.nebpnt = {0, 3, 4, 5, 6};
+    setup_prms_for_dsf_electrostatics(engine, 7);
+    dsf_electrostatics_call(engine);
+    const double share = 0.5 * dsf_pair_energy(-6.0, 2.0);
+    for (std::size_t i = 0; i < 4; ++i)  // iron takes no part
+        EXPECT_NEAR(engine.atoms.pe[i], i < 2 ? share : 0.0, 1e-12) << i;
+    // Atom 1's image sits at -1, left of atom 0: the attraction pulls atom 0 towards -x.
+    EXPECT_LT(ff.fx[0], 0.0);
+    EXPECT_DOUBLE_EQ(ff.fx[1], -ff.fx[0]);
+    // A neighbour store without room stops.
+    ff.bonds.intersize = 0;
+    bool exceed = false;
+    EXPECT_EQ(stop_of([&] { dsf_electrostatics_neb(engine, 0, exceed); }).lines.at(0),
+              " nrerror: DSF_ELECTROSTATICS_NEB: WHATs WRONG WITH INTERSIZE");
+    EXPECT_TRUE(exceed);
 }
 
 }  // namespace

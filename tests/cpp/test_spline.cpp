@@ -18,30 +18,22 @@ namespace {
 using test_support::stop_of;
 using Values = std::vector<double>;
 
-double cubic(double x) {
-    return ((2.0 * x - 1.0) * x + 3.0) * x - 1.0;
-}
-double cubic_slope(double x) {
-    return (6.0 * x - 2.0) * x + 3.0;
-}
-
-TEST(Spline, ReproducesACubicFromItsEndSlopes) {
+TEST(Spline, ReproducesACubicFromItsEndSlopesAndEndsAreNaturalFromTheirThresholdUp) {
     // Uneven knots, through bisection; knots return their values exactly. The equal-spacing
     // lookup is held to bisection below.
-    const Values x{-1.0, -0.7, 0.1, 0.25, 0.9, 1.6, 2.0};
-    Values y;
-    std::ranges::transform(x, std::back_inserter(y), cubic);
-    const Values y2 = spline(x, y, cubic_slope(x.front()), cubic_slope(x.back()), 1e30);
-    for (std::size_t k = 0; k < x.size(); ++k)
-        EXPECT_EQ(ternarysplinepot(x[k], x, y, y2).value, y[k]);
+    const auto cubic = [](double x) { return ((2.0 * x - 1.0) * x + 3.0) * x - 1.0; };
+    const auto cubic_slope = [](double x) { return (6.0 * x - 2.0) * x + 3.0; };
+    const Values uneven{-1.0, -0.7, 0.1, 0.25, 0.9, 1.6, 2.0};
+    Values values;
+    std::ranges::transform(uneven, std::back_inserter(values), cubic);
+    const Values curvature = spline(uneven, values, cubic_slope(-1.0), cubic_slope(2.0), 1e30);
+    for (std::size_t k = 0; k < uneven.size(); ++k)
+        EXPECT_EQ(ternarysplinepot(uneven[k], uneven, values, curvature).value, values[k]);
     for (double at : {-0.95, -0.3, 0.2, 0.61, 0.74, 1.99}) {
-        const SplineLookup lookup = ternarysplinepot(at, x, y, y2);
+        const SplineLookup lookup = ternarysplinepot(at, uneven, values, curvature);
         EXPECT_NEAR(lookup.value, cubic(at), 1e-12) << at;
         EXPECT_NEAR(lookup.derivative, cubic_slope(at), 1e-11) << at;
     }
-}
-
-TEST(Spline, EndsAreNaturalFromTheirThresholdUpAndClampedBelowIt) {
     // x^3 on [0, 2]: a natural end has no curvature, a clamped one the slope asked for.
     Values x, y;
     for (int k = 0; k <= 10; ++k)
