@@ -30,30 +30,25 @@ def judge(check, *args):
     prints names the outcome; a child that ends otherwise must have met one of the stops."""
     with tempfile.TemporaryFile() as out:
         sys.stdout.flush()
-        pid = os.fork()
-        if pid == 0:
+        if (pid := os.fork()) == 0:
             code = 0
             signal.alarm(30)  # a call that hangs is a fault as well
             try:
-                os.dup2(out.fileno(), 1)
-                os.dup2(out.fileno(), 2)
+                for stream in (1, 2):
+                    os.dup2(out.fileno(), stream)
                 check(*args)
             except BaseException:
                 traceback.print_exc()
                 code = 3
-            sys.stdout.flush()
-            sys.stderr.flush()
+            sys.stdout.flush(), sys.stderr.flush()
             os._exit(code)
         code = os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
         out.seek(0)
         text = out.read().decode(errors="replace")
     lines = text.splitlines()
-    if code == 0:
-        outcome = lines[-1] if lines else "?"
-    else:
-        assert code in (1, 2) and any(line.strip().startswith(STOPS) for line in lines), \
-            f"child ended with status {code}:\n{text}"
-        outcome = "stop"
+    stopped = code in (1, 2) and any(line.strip().startswith(STOPS) for line in lines)
+    assert code == 0 or stopped, f"child ended with status {code}:\n{text}"
+    outcome = "stop" if code else lines[-1] if lines else "?"
     OUTCOMES[outcome] = OUTCOMES.get(outcome, 0) + 1
 
 
@@ -127,16 +122,15 @@ def calcforce_arguments(draw):
     if "charge" in broken and n:
         charge[draw(st.integers(0, n - 1))] = draw(st.sampled_from([np.nan, np.inf, 0.5]))
     # Output arrays are filled with a sentinel, so that a write on an error path shows.
-    values = {"specie": ([0] * n, np.int32), "pos": (pos, float), "charge": (charge, float),
-              "force": ([7.0] * 3 * n, float), "kearray": ([7.0] * n, float),
-              "pearray": ([7.0] * n, float)}
+    seven = [7.0] * n
+    values = dict(specie=([0] * n, np.int32), pos=(pos, float), charge=(charge, float),
+                  force=(seven * 3, float), kearray=(seven, float), pearray=(seven, float))
     args = {}
     for name, (v, dtype) in values.items():
-        if name not in broken:
-            args[name] = np.array(v, dtype) if name in IN_OUT else draw(array_form(v, dtype))
-        else:
-            extra = [st.lists(st.integers(-3, 3))] if name == "specie" else []
-            args[name] = draw(st.one_of(array_form(v, dtype, resize=True), junk, *extra))
+        extra = [st.lists(st.integers(-3, 3))] if name == "specie" else []
+        args[name] = (draw(st.one_of(array_form(v, dtype, resize=True), junk, *extra))
+                      if name in broken else np.array(v, dtype) if name in IN_OUT
+                      else draw(array_form(v, dtype)))
     for name in ("calcindexes", "mainindexes"):
         indexes = st.lists(st.integers(-2, n + 1), max_size=n + 1)
         args[name] = (draw(st.one_of(indexes.flatmap(lambda v: array_form(v, np.int32)), junk))
@@ -166,8 +160,7 @@ def check_calcforce(args):
                        ("calcindexes", np.int32), ("mainindexes", np.int32)):
         again[key] = np.array(args[key], dtype=dtype).reshape(-1)
     assert repr(P.calcforce(**again)) == repr(result)
-    for key in IN_OUT:
-        assert again[key].tobytes() == args[key].tobytes(), key
+    assert [k for k in IN_OUT if again[k].tobytes() != args[k].tobytes()] == []
     print("result")
 
 

@@ -14,12 +14,11 @@ def test_zero_potential_clears_the_results_and_edim_keeps_the_energy_arrays(work
         n, pos = 50, np.random.default_rng(3).uniform(0.0, 9.0, 150)
         out = {name: np.full(len(a), 7.0) for name, a in arrays(n).items()}
         result, out = call("Fe", np.zeros(n), pos, (9.0, 9.0, 9.0), out=out)
-        assert result == (0.0, 0.0, -1, 0), result
-        assert all(np.all(a == 0.0) for a in out.values()), out
+        assert result == (0.0, 0.0, -1, 0) and not any(a.any() for a in out.values()), out
         # edim other than natoms leaves the energy arrays alone.
         out = dict(force=np.ones(3 * n), kearray=np.full(n + 1, 7.0), pearray=np.full(n + 1, 7.0))
         result, out = call("Fe", np.zeros(n), pos, (9.0, 9.0, 9.0), out=out)
-        assert result[3] == 0 and np.all(out["force"] == 0.0), result
+        assert result[3] == 0 and not out["force"].any(), result
         assert np.all(out["kearray"] == 7.0) and np.all(out["pearray"] == 7.0)
         """
     )
@@ -33,8 +32,7 @@ def test_lost_atoms_are_reported_and_leave_the_caller_arrays_alone(workdir):
         for far in ([1.0, 1.0, 1.0, 520.0, 2.0, 2.0], [1.0, 1.0, 1.0, 2.0, np.nan, 2.0]):
             out = {{name: np.full(len(a), 3.0) for name, a in arrays(2).items()}}
             result, out = call("Fe", [0, 0], far, {BOX}, out=out)
-            assert result == (0.0, 0.0, -99, 1), result
-            assert all(np.all(a == 3.0) for a in out.values()), out
+            assert result == (0.0, 0.0, -99, 1) and all((a == 3.0).all() for a in out.values()), out
         """
     )
     lines = [line.split() for line in out.splitlines()]
@@ -53,17 +51,13 @@ def test_images_and_index_lists(workdir):
         # Image 1 of four atoms: only the second block of forces is written.
         pos = np.concatenate([np.full(12, 1.0), np.arange(12) * 0.5])
         result, out = call("Fe", [0] * 4, pos, {BOX}, image=1, out=nan_out(4, 2))
-        assert result[3] == 0 and np.all(np.isnan(out["force"][:12]))
-        assert np.all(out["force"][12:] == 0.0)
+        assert result[3] == 0 and np.isnan(out["force"][:12]).all() and not out["force"][12:].any()
 
-        # Only the main atoms among the staged ones are returned ...
+        # Without calcindexes mainindexes is ignored. (That only the main atoms among the staged
+        # ones are returned is checked with the driver in the C++ registry tests.)
         pos = np.arange(18) * 0.5
-        result, out = call("Fe", [0] * 6, pos, {BOX}, calc=[5, 2], main=[2], out=nan_out(6))
-        f = out["force"].reshape(6, 3)
-        assert result[3] == 0 and np.all(f[2] == 0.0) and np.all(np.isnan(np.delete(f, 2, 0)))
-        # ... and without calcindexes mainindexes is ignored.
         result, out = call("Fe", [0] * 6, pos, {BOX}, main=[2], out=nan_out(6))
-        assert np.all(out["force"] == 0.0)
+        assert result[3] == 0 and not out["force"].any()
 
         # Species are taken by staging position, not through calcindexes.
         assert call("Fe", [0, 0, 0, 0, 0, 3], pos, {BOX}, calc=[5, 2])[0][3] == 0
@@ -102,5 +96,5 @@ def test_stops_end_the_process_with_their_message_and_status(workdir, case):
     for name, text in files.items():
         (workdir.path / name).unlink() if text is None else workdir.write(name, text)
     done = workdir.run(code + "\nprint('unreachable')")
-    assert done.returncode == status, done.stdout + done.stderr
-    assert [line.strip() for line in done.stdout.splitlines()] == lines
+    got = (done.returncode, [line.strip() for line in done.stdout.splitlines()])
+    assert got == (status, lines), done.stdout + done.stderr
