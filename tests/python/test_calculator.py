@@ -2,12 +2,9 @@
 forces, and the handling of directories, periodic flags, slabs, lost atoms and refused input."""
 
 import itertools
-import json
 import subprocess
 import sys
 import textwrap
-
-import pytest
 
 BUCKBW_PAIRS = [(a, b, "BUCKBW")
                 for a, b in itertools.combinations_with_replacement(("Fe", "Ti", "Y", "O"), 2)]
@@ -23,8 +20,7 @@ def run_script(tmp_path, code: str) -> str:
 def test_forces_agree_with_ase_finite_differences(tmp_path):
     # Every family's forces are checked against its energy in the family suite; here the
     # calculator's own part: species from symbols, wrapping, an open axis, the energies.
-    out = run_script(tmp_path, f"""
-        import json
+    run_script(tmp_path, f"""
         import numpy as np
         from ase.build import bulk
         from ase.calculators.fd import calculate_numerical_forces
@@ -41,20 +37,15 @@ def test_forces_agree_with_ase_finite_differences(tmp_path):
         atoms.positions += np.array([1.37, -0.71, 2.63]) * atoms.cell[0, 0] + [0, 0, 4.0]
         atoms.pbc = (True, True, False)
         atoms.calc = pelix.Calculator("engine", pairs={BUCKBW_PAIRS!r})
-        forces = atoms.get_forces()
-        print(json.dumps(dict(
-            error=float(np.abs(forces - calculate_numerical_forces(atoms, eps=1e-5)).max()),
-            largest=float(np.abs(forces).max()), energy=atoms.get_potential_energy(),
-            free=atoms.get_potential_energy(force_consistent=True),
-            summed=float(atoms.get_potential_energies().sum()),
-            outside=int(np.sum((atoms.positions[:, :2] < 0) |
-                               (atoms.positions[:, :2] >= np.diag(atoms.cell)[:2]))))))
+        forces, energy = atoms.get_forces(), atoms.get_potential_energy()
+        error = np.abs(forces - calculate_numerical_forces(atoms, eps=1e-5)).max()
+        largest = np.abs(forces).max()
+        xy = atoms.positions[:, :2]
+        outside = np.sum((xy < 0) | (xy >= np.diag(atoms.cell)[:2]))
+        assert outside > 0 and largest > 1e-3 and error < 1e-6 * largest, (outside, largest, error)
+        assert atoms.get_potential_energy(force_consistent=True) == energy
+        assert abs(atoms.get_potential_energies().sum() - energy) <= 1e-12 * max(1, abs(energy))
         """)
-    result = json.loads(out.splitlines()[-1])
-    assert result["outside"] > 0 and result["largest"] > 1e-3, result
-    assert result["error"] < 1e-6 * result["largest"], result
-    assert result["free"] == result["energy"]
-    assert result["summed"] == pytest.approx(result["energy"], rel=1e-12, abs=1e-12)
 
 
 def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
@@ -62,7 +53,7 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
     (tmp_path / "engine").mkdir()
     (tmp_path / "engine" / "potfor.IN").write_text(
         "t\nc\n5\nFe Fe BUCKBW\nO_ O_ BUCKBW\nO_ Fe BUCKBW\nTi Ti BUCKBW\nTi Fe buckbw\n")
-    out = run_script(tmp_path, f"""
+    run_script(tmp_path, f"""
         import os
         import numpy as np
         from ase import Atoms
@@ -71,14 +62,12 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         home = os.getcwd()
         calc = pelix.Calculator("engine", lattice={{"x": [("FX", 0.0, 1.0)]}})
         assert sorted(os.listdir("engine")) == ["lattice.IN", "pelix.IN", "potfor.IN"]
-        assert open("engine/pelix.IN").read().count("\\n") == 34
         assert sorted(os.listdir(".")) == ["engine"]
 
         def atoms(symbols="FeO", pbc=True, shift=0.0, cell=(10, 10, 10),
                   positions=((0.5, 5, 5), (9.2, 5, 5))):
-            atoms = Atoms(symbols, positions=np.array(positions) + shift, cell=cell, pbc=pbc)
-            atoms.calc = calc
-            return atoms
+            return Atoms(symbols, positions=np.array(positions) + shift, cell=cell, pbc=pbc,
+                         calculator=calc)
 
         # Fe and O 1.3 A apart only through the periodic image along x; Fe lies in the slab.
         periodic = atoms()
@@ -91,16 +80,15 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         assert np.allclose(moved.get_forces(), forces, rtol=0, atol=1e-9)
 
         two = dict(positions=((1, 1, 1), (3, 3, 3)))
+        # Atoms stand for their energy.
         refusals = [
-            (pelix.LostAtomError, "atom 0 (Fe)",
-             atoms(pbc=(True, True, False), shift=(0.0, 0.0, 600.0)).get_potential_energy),
-            (ValueError, "element 'N'", atoms("FeN", **two).get_potential_energy),
-            (ValueError, "did you mean 'BUCKBW'", atoms("FeTi", **two).get_potential_energy),
-            (ValueError, "Fe-Ag, Ag-Ag", atoms("FeAg", **two).get_potential_energy),
+            (pelix.LostAtomError, "atom 0 (Fe)", atoms(pbc=(1, 1, 0), shift=(0.0, 0.0, 600.0))),
+            (ValueError, "element 'N'", atoms("FeN", **two)),
+            (ValueError, "did you mean 'BUCKBW'", atoms("FeTi", **two)),
+            (ValueError, "Fe-Ag, Ag-Ag", atoms("FeAg", **two)),
             (ValueError, "not orthorhombic",
-             atoms("Fe2", cell=[[10, 0, 0], [2, 10, 0], [0, 0, 10]], **two).get_potential_energy),
-            (ValueError, "positive", atoms("Fe2", cell=(10, 10, 0), pbc=(1, 1, 0), **two)
-             .get_potential_energy),
+             atoms("Fe2", cell=[[10, 0, 0], [2, 10, 0], [0, 0, 10]], **two)),
+            (ValueError, "positive", atoms("Fe2", cell=(10, 10, 0), pbc=(1, 1, 0), **two)),
             (pelix.EngineInUseError, "own process",
              lambda: pelix.Calculator("other", pairs={BUCKBW_PAIRS!r})),
             (pelix.EngineInUseError, "potfor.IN",
@@ -110,16 +98,14 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         ]
         for error_type, text, make in refusals:
             try:
-                make()
+                (make.get_potential_energy if isinstance(make, Atoms) else make)()
                 raise AssertionError(f"no {{error_type.__name__}} ({{text}})")
             except error_type as error:
                 assert text in str(error), error
             assert os.getcwd() == home
         again = pelix.Calculator("engine", lattice={{"x": [("FX", 0.0, 1.0)]}})
         assert again.engine_directory == calc.engine_directory
-        print("survived")
         """)
-    assert out.splitlines()[-1] == "survived"
 
 
 
@@ -127,7 +113,7 @@ def test_cells_shorter_than_the_interaction_range_are_repeated_for_the_engine(tm
     # A two-atom bcc cell (2.87 A, range 5.6 A) and a shaken 1 x 2 x 1 cell: energy per atom,
     # per-atom energies and forces as for the same atoms repeated into a cell longer than the
     # range; the published bcc iron energy per atom of the family (-3.8857 eV) as the anchor.
-    out = run_script(tmp_path, """
+    run_script(tmp_path, """
         import numpy as np
         from ase.build import bulk
         import pelix
@@ -135,14 +121,14 @@ def test_cells_shorter_than_the_interaction_range_are_repeated_for_the_engine(tm
         calc = pelix.Calculator(".", pairs=[("Fe", "Fe", "ACKLAND")])
         small = bulk("Fe", "bcc", a=2.8665, cubic=True)
         small.calc = calc
-        print(small.get_potential_energy() / 2)
+        assert abs(small.get_potential_energy() / 2 + 3.88573288835) < 1e-10
         small = small.repeat((1, 2, 1))
         small.positions += np.random.default_rng(3).uniform(-0.1, 0.1, (4, 3))
         big = small.repeat((3, 2, 3))
         small.calc = big.calc = calc
         assert abs(small.get_potential_energy() - big.get_potential_energy() / 18) < 1e-11
-        assert np.abs(small.get_potential_energies() - big.get_potential_energies()[:4]).max() < 1e-12
+        pe_small, pe_big = small.get_potential_energies(), big.get_potential_energies()
+        assert np.abs(pe_small - pe_big[:4]).max() < 1e-12
         assert np.abs(small.get_forces() - big.get_forces()[:4]).max() < 1e-12
         assert np.abs(small.get_forces()).max() > 0.1
     """)
-    assert float(out.splitlines()[-1]) == pytest.approx(-3.88573288835, abs=1e-10)

@@ -33,9 +33,8 @@ def test_example_case_runs_its_calls_to_the_end(tmp_path, case):
     out = run(tmp_path, "-m", "pelix.example", "--case", case, "--cells", "3", "--calls", "2")
     calls = re.findall(r"energy (\S+) eV .*largest force (\S+) eV/A .*status (\d+)", out)
     assert len(calls) == 2, out
-    for energy, maxforce, status in calls:
-        assert status == "0" and math.isfinite(float(energy)) and float(energy) != 0.0
-        assert math.isfinite(float(maxforce)) and float(maxforce) > 0.0
+    for energy, force, status in calls:  # energy and largest force finite, neither zero
+        assert status == "0" and 0 < abs(float(energy)) < math.inf and 0 < float(force) < math.inf
 
 
 def test_iron_dynamics_conserves_energy_and_plots_it(tmp_path):
@@ -60,8 +59,7 @@ def test_cascade_reaches_the_short_range_join_and_counts_defects(tmp_path):
     out = run(tmp_path, str(EXAMPLES / "cascade_iron.py"), "--cells", "4", "--energy", "150",
               "--time", "15", "--output", "damage.png", plot="damage.png")
     assert number(r"closest approach: (\S+) A", out) < 2.0
-    vacancies = number(r"Frenkel pairs: (\d+) vacancies", out)
-    assert vacancies == number(r"vacancies, (\d+) interstitials", out)
+    assert number(r"Frenkel pairs: (\d+) vacancies", out) == number(r"vacancies, (\d+) inter", out)
     assert number(r"displaced atoms \(moved more than 1 A\): (\d+)", out) >= 1
     assert abs(number(r"\((\S+) eV\)\n", out)) < 1e-3 * 150.0
 

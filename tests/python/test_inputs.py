@@ -12,31 +12,26 @@ from pelix.inputs import (
     write_inputs,
 )
 
-# Every setting of "pelix.IN" in the order of its line, with a value other than the default
-# and the text its line must start with.
-NON_DEFAULT = [
-    ("bgorct", "CNTIN", "CNTIN"), ("simustage", "PRODU", "PRODU"),
-    ("simutype", "INDEN", "INDEN"), ("ident", "T1", "T1    "), ("pbc", (0, 1, 1), " 0 1 1"),
-    ("pcskin", 5.0, " 5.0"), ("dt", 0.5, " 0.5"), ("runtim", 250.0, " 250.0"),
-    ("fe_flag", 1, " 1"), ("youngs", 1.5, " 1.5"), ("poissons", 0.3, " 0.3"),
-    ("roe", 2.0, " 2.0"), ("thermtype", "BERENDSEN", " BERENDSEN"), ("ttemp", 300.0, " 300.0"),
-    ("ptemp", 10.0, " 10.0"), ("safevr", 20.0, " 20.0"), ("picevr", 30.0, " 30.0"),
-    ("ke_vtk", True, " T"), ("pe_vtk", True, " T"), ("animation_flag", True, " T"),
-    ("animation_frequency", 5.0, " 5.0"), ("multipole_flag", 2, " 2"), ("neb_flag", True, " T"),
-    ("chargesinxyz", True, " T"), ("velocityinxyz", True, " T"), ("zip_flag", True, " T"),
-    ("fixatomsoutside", True, " T"), ("latticeskin", 3.5, " 3.5"),
-    ("chargerecoverysim", True, " T"), ("chargerecoveryhalflife", 7.0, " 7.0"),
-    ("chargerecoverytimestep", 0.25, " 0.25"), ("failsafebackupflag", True, " T"),
-    ("use_pipe", True, " T"), ("minfileoutput", True, " T"),
-]
-SETTINGS = {name: value for name, value, _ in NON_DEFAULT}
+# Every setting of "pelix.IN" in the order of its line, with a value other than the default.
+SETTINGS = dict(bgorct="CNTIN", simustage="PRODU", simutype="INDEN", ident="T1", pbc=(0, 1, 1),
+                pcskin=5.0, dt=0.5, runtim=250.0, fe_flag=1, youngs=1.5, poissons=0.3, roe=2.0,
+                thermtype="BERENDSEN", ttemp=300.0, ptemp=10.0, safevr=20.0, picevr=30.0,
+                ke_vtk=True, pe_vtk=True, animation_flag=True, animation_frequency=5.0,
+                multipole_flag=2, neb_flag=True, chargesinxyz=True, velocityinxyz=True,
+                zip_flag=True, fixatomsoutside=True, latticeskin=3.5, chargerecoverysim=True,
+                chargerecoveryhalflife=7.0, chargerecoverytimestep=0.25, failsafebackupflag=True,
+                use_pipe=True, minfileoutput=True)
+# The text each line starts with: the first five as given, the rest a blank and the value (T
+# for true).
+LEADS = ["CNTIN", "PRODU", "INDEN", "T1    ", " 0 1 1"] + [
+    " " + ("T" if v is True else str(v)) for v in list(SETTINGS.values())[5:]]
 
 
 def test_every_run_setting_lands_in_its_own_line():
     assert set(SETTINGS) == set(RUN_SETTINGS)
     lines = pelix_in_text(**SETTINGS).splitlines()
     assert len(lines) == 34
-    for (name, _, lead), line in zip(NON_DEFAULT, lines):
+    for name, lead, line in zip(SETTINGS, LEADS, lines):
         assert line.startswith(lead + " "), (name, line)
     # Defaults: a fresh run, periodic, with the thermostat off.
     default = pelix_in_text().splitlines()
@@ -88,12 +83,11 @@ def test_engine_reads_a_written_run_configuration(workdir):
     # reaches 100 A further below the box along y.
     write_inputs(workdir.path, pairs=[("Fe", "Fe", "BUCKBW")],
                  **dict(SETTINGS, multipole_flag=1, fe_flag=0, fixatomsoutside=False))
-    out = workdir.ok("""
+    workdir.ok("""
         assert P.read_pelix_in() == 0
         box = (10.0, 10.0, 10.0)
         # 2.5 A apart only through the periodic image along x, which is open here.
-        print(energy("Fe", [0, 0], [0.5, 5.0, 5.0, 8.0, 5.0, 5.0], box),
-              energy("Fe", [0, 0], [0.5, 5.0, 5.0, 3.0, 5.0, 5.0], box),
-              call("Fe", [0, 0], [0.5, -550.0, 5.0, 8.0, 5.0, 5.0], box)[0][3])
-        """).split()
-    assert float(out[-3]) == 0.0 and float(out[-2]) != 0.0 and out[-1] == "0"
+        assert energy("Fe", [0, 0], [0.5, 5.0, 5.0, 8.0, 5.0, 5.0], box) == 0.0
+        assert energy("Fe", [0, 0], [0.5, 5.0, 5.0, 3.0, 5.0, 5.0], box) != 0.0
+        assert call("Fe", [0, 0], [0.5, -550.0, 5.0, 8.0, 5.0, 5.0], box)[0][3] == 0
+        """)
