@@ -14,7 +14,7 @@ build=${BUILD_DIR:-build/fuzz}
 case "$build" in /*) ;; *) build="$root/$build" ;; esac
 seconds=${FUZZ_SECONDS:-8}
 harnesses=(pelix_in lattice_in potfor_in pair_table ternary_table multipole_in acknial_in giovani_in
-           ionic_in)
+           ionic_in hefepot_in)
 
 as_root() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
 if ! command -v clang++ >/dev/null || ! echo 'extern "C" int LLVMFuzzerTestOneInput(const char*, long) { return 0; }' \

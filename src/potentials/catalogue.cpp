@@ -4,6 +4,7 @@
 
 #include "common/fixed_string.hpp"
 #include "potentials/acklist.hpp"
+#include "potentials/hefepot/hefepot.hpp"
 #include "potentials/ionic/operations.hpp"
 #include "potentials/knot_eam/acknial.hpp"
 #include "potentials/knot_eam/giovani.hpp"
@@ -49,7 +50,7 @@ constexpr std::array<KeywordRow, 29> kKeywordTable{{
     {"TERNARY", "ternary_interaction", &kTernary},
     {"FeOPOTL", "feo_potl_interaction", &kFeopotlOps},
     {"ZERO", "zero_potl_interaction", &kZero},
-    {"HeFePOT", "hefepotl_interaction", nullptr},
+    {"HeFePOT", "hefepotl_interaction", &kHefepotOps},
     {"HeHePOT", "hehepotl_interaction", &kHehepotOps},
     {"FEIGAO", "feigao_interaction", &kFeigaoOps},
     {"AzizHe2", "azizhehe_interaction", &kAzizhe2Ops},

@@ -1,6 +1,7 @@
 #pragma once
 // The parameter state of every built potential family, one member per family.
 #include "potentials/acklist.hpp"
+#include "potentials/hefepot/hefepot.hpp"
 #include "potentials/ionic/ionic.hpp"
 #include "potentials/knot_eam/knot_eam.hpp"
 #include "potentials/morlist.hpp"
@@ -36,6 +37,7 @@ struct FamilyStates {
     IonicState feopotl;
     IonicState azizhe2;
     IonicState hehepot;
+    HefepotState hefepot;
     // Keeps the growing "ACKLIST" cut-off radius for the life of the engine.
     AcklistState acklist;
 };

@@ -4,7 +4,7 @@
 # and the sanitized build check the regression inputs once.
 set(PELIX_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(PELIX_FUZZ_READERS pelix_in lattice_in potfor_in pair_table ternary_table multipole_in
-                       acknial_in giovani_in ionic_in)
+                       acknial_in giovani_in ionic_in hefepot_in)
 
 foreach(reader ${PELIX_FUZZ_READERS})
   add_executable(replay_${reader} ${PELIX_FUZZ_DIR}/fuzz_${reader}.cpp
