@@ -139,6 +139,12 @@ def ionic_edges(joins: dict, cation: tuple = ()):
     return edges | {key: [(1.5, True), (2.5, True)] for key in cation}
 
 
+def write_hefepot_in(directory: Path) -> None:
+    """The illustrative "HeFePOT.IN" of docs/families/HeFePOT.md (not a fitted set)."""
+    (Path(directory) / "HeFePOT.IN").write_text(
+        "pair 0.6 1.6\n3.6 0.08\n3.0 0.6\n2.4 1.8\nradial 1.0 3.2\nangular 0.2 -0.15 0.35 0.1\n")
+
+
 def every_pair(symbols, keyword):
     return [(a, b, keyword) for a, b in itertools.combinations_with_replacement(symbols, 2)]
 
@@ -264,6 +270,9 @@ FAMILIES = [
     Family("FEIGAO", "FeHe", [("Fe", "He", "FEIGAO"), ("Fe", "Fe", "ZERO"), ("He", "He", "ZERO")],
            {(0, 1): [(0.1, True), (0.3, True), (3.9028, True), (4.10, False)]},
            closest=0.07, box=10.0, atoms=8),
+    Family("HeFePOT", "FeHe", [("He", "Fe", "HeFePOT"), ("Fe", "Fe", "ZERO"), ("He", "He", "ZERO")],
+           {(0, 1): [(0.6, True), (1.6, True), (3.2, True), (3.6, True)]},
+           closest=0.45, box=11.0, atoms=8, tables=write_hefepot_in),
     Family("AzizHe2", "He", [("He", "He", "AzizHe2")],
            {(0, 0): [(0.14, True), (0.44, True), (5.0, True), (6.0, True)]},
            closest=0.1, box=13.0, atoms=12),
