@@ -170,22 +170,6 @@ std::vector<double> type_lo_hi(const std::vector<LatticeConstraint>& slabs) {
     return flat;
 }
 
-TEST(Lattice, ReadsCodesAndAdjustsSlabsToTheBox) {
-    ScratchDir dir;
-    LatticeConstraints lc;
-    lc.zlat_constrain.resize(5);  // a previous box's lists are replaced
-    get_lattice_constrains(lc, 20.0, 30.0, 40.0,
-                           dir.write("lattice.IN",
-                                     "2\nFX 0.0 5.0\nDP 5.0 0.0\n3\nTH 2.0 29.95 label\n"
-                                     "IM 3.0 4.0\nfx 1.0 29.8\n0\n"));
-    // From the lower face: lo - 4; given from the far face: turned round, then hi + 4.
-    EXPECT_EQ(type_lo_hi(lc.xlat_constrain), (std::vector<double>{0, -4, 5, 1, 15, 24}));
-    // Within 0.1 of the upper face: hi + 4; an unknown code keeps the default type 3.
-    EXPECT_EQ(type_lo_hi(lc.ylat_constrain),
-              (std::vector<double>{2, 2, 29.95 + 4, 4, 3, 4, 3, 1, 29.8}));
-    EXPECT_EQ(lc.nzlat_constrains(), 0);
-}
-
 // Stages one atom per position (ids 1..n, previous type 7) and returns their lattice types.
 std::vector<int32_t> latyps(const std::vector<std::array<double, 3>>& positions,
                             const LatticeConstraints& lc, AtomStore store = {}) {
@@ -200,8 +184,22 @@ std::vector<int32_t> latyps(const std::vector<std::array<double, 3>>& positions,
     return types;
 }
 
-TEST(Lattice, TypeAssignmentRules) {
+TEST(Lattice, ReadsCodesAdjustsSlabsToTheBoxAndAssignsTypes) {
+    ScratchDir dir;
     LatticeConstraints lc;
+    lc.zlat_constrain.resize(5);  // a previous box's lists are replaced
+    get_lattice_constrains(lc, 20.0, 30.0, 40.0,
+                           dir.write("lattice.IN",
+                                     "2\nFX 0.0 5.0\nDP 5.0 0.0\n3\nTH 2.0 29.95 label\n"
+                                     "IM 3.0 4.0\nfx 1.0 29.8\n0\n"));
+    // From the lower face: lo - 4; given from the far face: turned round, then hi + 4.
+    EXPECT_EQ(type_lo_hi(lc.xlat_constrain), (std::vector<double>{0, -4, 5, 1, 15, 24}));
+    // Within 0.1 of the upper face: hi + 4; an unknown code keeps the default type 3.
+    EXPECT_EQ(type_lo_hi(lc.ylat_constrain),
+              (std::vector<double>{2, 2, 29.95 + 4, 4, 3, 4, 3, 1, 29.8}));
+    EXPECT_EQ(lc.nzlat_constrains(), 0);
+
+    // The type rules, on slabs set by hand.
     lc.xlat_constrain = {{0, 0, 10}, {2, 5, 10}, {1, 20, 30}};
     lc.ylat_constrain = {{2, 0, 10}, {0, 5, 10}, {0, 20, 30}, {2, 20, 30}, {4, 40, 50}};
     lc.zlat_constrain = {{0, 0, 10}, {4, 20, 30}};

@@ -66,17 +66,15 @@ ints = lambda *values: np.array(values, np.int32)  # noqa: E731
 # The conversion order, with a value each argument cannot take: the first argument that fails
 # decides the message. NumPy's own error is kept for the array arguments; its type stands for
 # it here.
-ORDER = [
-    ("image", "x", PREFIX + "1st argument (image) can't be converted to int"),
-    ("zdim", "x", PREFIX + "11st argument (zdim) can't be converted to double"),
-    ("xdim", "x", PREFIX + "9th argument (xdim) can't be converted to double"),
-    ("pos", ["x"], ValueError), ("specie", [object()], TypeError),
-    ("speciestring", 3.5, "failed in converting 2nd argument `speciestring' of "
-                          "PELIXInterface.calcforce to C/Fortran array"),
-    ("ydim", "x", PREFIX + "10th argument (ydim) can't be converted to double"),
-    ("kearray", [0.0], INOUT + " -- input must be array but got list"),
-    ("mainindexes", [object()], TypeError), ("calcindexes", [object()], TypeError),
-]
+ORDER = [("image", "x", PREFIX + "1st argument (image) can't be converted to int"),
+         ("zdim", "x", PREFIX + "11st argument (zdim) can't be converted to double"),
+         ("xdim", "x", PREFIX + "9th argument (xdim) can't be converted to double"),
+         ("pos", ["x"], ValueError), ("specie", [object()], TypeError),
+         ("speciestring", 3.5, "failed in converting 2nd argument `speciestring' of "
+                               "PELIXInterface.calcforce to C/Fortran array"),
+         ("ydim", "x", PREFIX + "10th argument (ydim) can't be converted to double"),
+         ("kearray", [0.0], INOUT + " -- input must be array but got list"),
+         ("mainindexes", [object()], TypeError), ("calcindexes", [object()], TypeError)]
 # Each size keyword: the length it defaults to, its place, and a value above that length. An
 # odd-length species string drops its last character: "FeO" holds one species.
 SIZE_KEYWORDS = [("posdim", "len(pos)", "1st", 10), ("natoms", "len(specie)", "2nd", 4),
