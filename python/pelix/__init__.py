@@ -41,7 +41,14 @@ _CALCULATOR_NAMES = ("Calculator", "EngineInUseError", "LostAtomError")
 
 def __getattr__(name):
     if name in _CALCULATOR_NAMES:
-        from pelix import calculator
-
+        try:
+            from pelix import calculator
+        except ModuleNotFoundError as missing:
+            if missing.name != "ase" and not str(missing.name).startswith("ase."):
+                raise
+            raise ImportError(
+                f"pelix.{name} needs ASE, which is not installed: install the package with "
+                f"its ASE extra, pip install \".[ase]\" from the source tree (or pip install ase)"
+            ) from missing
         return getattr(calculator, name)
     raise AttributeError(f"module 'pelix' has no attribute {name!r}")

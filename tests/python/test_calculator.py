@@ -132,3 +132,16 @@ def test_cells_shorter_than_the_interaction_range_are_repeated_for_the_engine(tm
         assert np.abs(small.get_forces() - big.get_forces()[:4]).max() < 1e-12
         assert np.abs(small.get_forces()).max() > 0.1
     """)
+
+
+def test_without_ase_the_calculator_says_how_to_install_it(tmp_path):
+    out = run_script(tmp_path, """
+        import sys
+        sys.modules["ase"] = None  # as if ASE were not installed
+        import pelix
+        try:
+            pelix.Calculator
+        except ImportError as error:
+            print(error)
+        """)
+    assert 'pip install ".[ase]"' in out
