@@ -75,7 +75,20 @@ class _EngineSession:
         self.directory = directory
 
 
-_session = _EngineSession()
+def _engine_session() -> _EngineSession:
+    """The session of this process. It is kept on the extension module, which holds the one
+    engine, so that reloading this module (importlib.reload, a notebook's autoreload) does not
+    forget which directory the engine reads."""
+    import PELIXInterface
+
+    session = getattr(PELIXInterface, "pelix_calculator_session", None)
+    if session is None:
+        session = _EngineSession()
+        PELIXInterface.pelix_calculator_session = session
+    return session
+
+
+_session = _engine_session()
 
 
 def _box_lengths(atoms) -> np.ndarray:

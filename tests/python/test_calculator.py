@@ -54,7 +54,7 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
     (tmp_path / "engine" / "potfor.IN").write_text(
         "t\nc\n5\nFe Fe BUCKBW\nO_ O_ BUCKBW\nO_ Fe BUCKBW\nTi Ti BUCKBW\nTi Fe buckbw\n")
     run_script(tmp_path, f"""
-        import os
+        import importlib, os, sys
         import numpy as np
         from ase import Atoms
         import pelix
@@ -80,6 +80,7 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
         assert np.allclose(moved.get_forces(), forces, rtol=0, atol=1e-9)
 
         two = dict(positions=((1, 1, 1), (3, 3, 3)))
+        importlib.reload(sys.modules["pelix.calculator"])  # keeps the engine's directory
         # Atoms stand for their energy.
         refusals = [
             (pelix.LostAtomError, "atom 0 (Fe)", atoms(pbc=(1, 1, 0), shift=(0.0, 0.0, 600.0))),
