@@ -8,6 +8,7 @@ package, imported only when the calculator is first used) and the worked example
 from pelix.inputs import (
     LATTICE_CODES,
     RUN_SETTINGS,
+    box_is_long_enough,
     input_texts,
     lattice_in_text,
     pelix_in_text,
@@ -26,6 +27,7 @@ __all__ = [
     "LostAtomError",
     "POTENTIAL_KEYWORDS",
     "RUN_SETTINGS",
+    "box_is_long_enough",
     "input_texts",
     "lattice_in_text",
     "pelix_in_text",

@@ -178,6 +178,8 @@ class Calculator(AseCalculator):
         self.engine_directory = path
         self._has_slabs = bool(lattice) and any(list(slabs) for slabs in lattice.values())
         self._copies: dict = {}  # (box, periodic flags) -> copies of the cell along x, y, z
+        # The engine's interaction range at the last force call (A), 0.0 before the first.
+        self.interaction_range = 0.0
 
     def set(self, **kwargs):
         if kwargs:
@@ -227,7 +229,7 @@ class Calculator(AseCalculator):
                         np.tile(charge, count), force, kearray, pearray,
                         *(box * copies), everyone, everyone,
                     )
-                    reach = engine.interaction_range()
+                    reach = self.interaction_range = engine.interaction_range()
                 finally:
                     os.chdir(previous)
             if status != 0:

@@ -267,6 +267,17 @@ def write_inputs(
     return directory
 
 
+def box_is_long_enough(lengths: Iterable[float], pbc: Iterable[bool],
+                       interaction_range: float) -> bool:
+    """Whether a box may be given to the engine as it is: every periodic axis at least the
+    interaction range long (the largest cut-off plus the 0.3 A skin, or the Ewald real-space
+    cut-off; `Calculator.interaction_range` after a force call, or
+    `PELIXInterface.interaction_range()`). A shorter periodic axis misses the images beyond
+    the nearest; `pelix.Calculator` then repeats the cell for the engine by itself."""
+    return all(not periodic or float(length) >= interaction_range
+               for length, periodic in zip(lengths, pbc))
+
+
 def _list_items(line: str) -> list[str]:
     """Items of one free-format line: separated by blanks or commas, bare or quoted, ended by
     a slash."""

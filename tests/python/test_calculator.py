@@ -123,6 +123,9 @@ def test_cells_shorter_than_the_interaction_range_are_repeated_for_the_engine(tm
         small = bulk("Fe", "bcc", a=2.8665, cubic=True)
         small.calc = calc
         assert abs(small.get_potential_energy() / 2 + 3.88573288835) < 1e-10
+        fits = [pelix.box_is_long_enough(small.cell.lengths() * n, small.pbc,
+                                         calc.interaction_range) for n in (1, 2)]
+        assert fits == [False, True] and abs(calc.interaction_range - 5.6) < 1e-12  # 5.3 + 0.3
         small = small.repeat((1, 2, 1))
         small.positions += np.random.default_rng(3).uniform(-0.1, 0.1, (4, 3))
         big = small.repeat((3, 2, 3))
