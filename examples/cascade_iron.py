@@ -1,11 +1,12 @@
-"""A small collision cascade in bcc iron with the embedded-atom family "ACKLAND".
+"""A small collision cascade in bcc iron with "MENDEL", the published iron of Mendelev et al.
 
 One atom of a periodic bcc iron crystal (the primary knock-on atom) is given a few hundred
 eV along a high-index direction. Its first collisions bring atoms far closer than in the
 crystal, where the family hands over from its embedded-atom pair term to an exponential
 bridge (below 2.0 A) and to the screened nuclear repulsion of Ziegler, Biersack and
-Littmark (at 1.0 A and below; the family joins the two with a jump in energy there, so the
-total energy is conserved only while no pair comes closer than 1.0 A). ASE's Velocity
+Littmark (at 1.0 A and below; the family joins the two with a step of 2.96 eV there, so the
+total energy is conserved only while no pair comes closer than 1.0 A). The crystal starts at
+the family's own lattice constant, 2.8553 A, where its energy is lowest. ASE's Velocity
 Verlet integrator runs with a time step that shrinks so that no atom moves more than a set
 distance per step. At the end a Wigner-Seitz
 analysis against the starting lattice counts vacancies and interstitials, and a PNG shows
@@ -29,7 +30,7 @@ from scipy.spatial import cKDTree
 
 import pelix
 
-IRON_LATTICE = 2.8665  # A
+IRON_LATTICE = 2.8553  # A, the lattice constant of "MENDEL" (Mendelev et al. 2003)
 ZBL_RADIUS = 1.0  # A, the family's Fe-Fe pair is the ZBL repulsion at and below this
 BRIDGE_RADIUS = 2.0  # A, and the exponential bridge below this
 
@@ -72,9 +73,9 @@ def plot_damage(path, box, displaced, vacancies, interstitial_sites, track, ener
     ax.set_xlim(0, box[0])
     ax.set_ylim(0, box[1])
     ax.set_zlim(0, box[2])
-    ax.set_xlabel("x (A)")
-    ax.set_ylabel("y (A)")
-    ax.set_zlabel("z (A)")
+    ax.set_xlabel("x (Å)")
+    ax.set_ylabel("y (Å)")
+    ax.set_zlabel("z (Å)")
     ax.set_title(f"{energy:g} eV cascade in bcc iron")
     ax.legend(loc="upper left", fontsize="small")
     fig.tight_layout()
@@ -114,7 +115,7 @@ def main(argv: list[str] | None = None) -> int:
     atoms.set_velocities(velocities)
 
     with tempfile.TemporaryDirectory(prefix="pelix-cascade-") as workdir:
-        atoms.calc = pelix.Calculator(workdir, pairs=[("Fe", "Fe", "ACKLAND")])
+        atoms.calc = pelix.Calculator(workdir, pairs=[("Fe", "Fe", "MENDEL")])
         dyn = VelocityVerlet(atoms, timestep=args.max_step * units.fs)
         initial_total = atoms.get_potential_energy() + atoms.get_kinetic_energy()
         elapsed, steps, closest = 0.0, 0, np.inf
