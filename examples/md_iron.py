@@ -83,10 +83,12 @@ def main(argv: list[str] | None = None) -> int:
         dyn = VelocityVerlet(atoms, timestep=args.timestep * units.fs)
         kinetic, potential = [], []
         start = time.perf_counter()
-        for _ in tqdm(dyn.irun(steps=args.steps), total=args.steps + 1, unit="step",
-                      desc="MD"):
-            kinetic.append(atoms.get_kinetic_energy())
-            potential.append(atoms.get_potential_energy())
+        # irun yields the starting state, then once per step: the bar counts the steps.
+        with tqdm(total=args.steps, unit="step", desc="MD") as bar:
+            for k, _ in enumerate(dyn.irun(steps=args.steps)):
+                kinetic.append(atoms.get_kinetic_energy())
+                potential.append(atoms.get_potential_energy())
+                bar.update(1 if k else 0)
         elapsed = time.perf_counter() - start
 
     kinetic, potential = np.array(kinetic), np.array(potential)
