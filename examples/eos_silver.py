@@ -48,21 +48,25 @@ def main(argv: list[str] | None = None) -> int:
             atoms = reference.copy()
             atoms.set_cell(reference.cell * scale, scale_atoms=True)
             atoms.calc = calc
-            volumes.append(atoms.get_volume())
-            energies.append(atoms.get_potential_energy())
+            # per atom, so that the fit (and its plot) reads in eV/atom and A^3/atom
+            volumes.append(atoms.get_volume() / natoms)
+            energies.append(atoms.get_potential_energy() / natoms)
 
     eos = EquationOfState(volumes, energies, eos="birchmurnaghan")
     v0, e0, bulk_modulus = eos.fit()
-    lattice = (v0 / natoms * 4.0) ** (1.0 / 3.0)  # four atoms per cubic fcc cell
+    lattice = (v0 * 4.0) ** (1.0 / 3.0)  # four atoms per cubic fcc cell
     print(f"fcc {element}, {natoms} atoms, {args.points} volumes")
     print(f"lattice constant: {lattice:.4f} A")
     print(f"bulk modulus: {bulk_modulus / units.GPa:.1f} GPa")
-    print(f"energy at equilibrium: {e0 / natoms:.4f} eV/atom")
+    print(f"energy at equilibrium: {e0:.4f} eV/atom")
     if args.plot:
         import matplotlib
 
         matplotlib.use("Agg")
-        eos.plot(args.plot)
+        ax = eos.plot(show=False)
+        ax.set_xlabel("volume (Å³/atom)")
+        ax.set_ylabel("energy (eV/atom)")
+        ax.get_figure().savefig(args.plot)
         print(f"fit plotted in {args.plot}")
     return 0
 
