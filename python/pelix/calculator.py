@@ -178,6 +178,7 @@ class Calculator(AseCalculator):
         self.engine_directory = path
         self._has_slabs = bool(lattice) and any(list(slabs) for slabs in lattice.values())
         self._copies: dict = {}  # (box, periodic flags) -> copies of the cell along x, y, z
+        self._pairs_taken: set = set()  # species pairs whose family has taken them
         # The engine's interaction range at the last force call (A), 0.0 before the first.
         self.interaction_range = 0.0
 
@@ -289,6 +290,24 @@ class Calculator(AseCalculator):
                 potential_keyword(keyword[frozenset((a, b))])
             except ValueError as error:
                 raise ValueError(f"\"potfor.IN\", pair {a}-{b}: {error}") from None
+        # The family must take the pair (its files read from the engine directory): a refused
+        # pair would stop the engine, and the process with it.
+        import PELIXInterface
+
+        for a, b in pairs:
+            if (a, b) in self._pairs_taken:
+                continue
+            with _session.lock:
+                previous = os.getcwd()
+                os.chdir(self.engine_directory)
+                try:
+                    refusal = PELIXInterface.family_refusal(keyword[frozenset((a, b))], a, b)
+                finally:
+                    os.chdir(previous)
+            if refusal is not None:
+                raise ValueError(f"\"potfor.IN\", pair {a}-{b}: the family of "
+                                 f"{keyword[frozenset((a, b))]} refuses it: {refusal}")
+            self._pairs_taken.add((a, b))
 
     def _lost_atom_report(self, pos: np.ndarray, box: np.ndarray, symbols: list[str]) -> str:
         low = np.full(3, -_LOST_ATOM_MARGIN)

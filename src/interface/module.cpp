@@ -19,6 +19,7 @@
 #include <malloc.h>
 #endif
 
+#include "atoms/elements.hpp"
 #include "common/fatal_error.hpp"
 #include "engine/engine.hpp"
 #include "interface/driver.hpp"
@@ -659,6 +660,35 @@ PyObject* py_interaction_range(PyObject*, PyObject*) {
     return PyFloat_FromDouble(process_engine().neighbours.range);
 }
 
+// family_refusal(keyword, symbol, symbol): None when the family of the keyword takes the pair
+// of elements, else the text the engine would stop with. The family is set up in a scratch
+// engine, reading its files from the current directory; the process engine is not touched.
+PyObject* py_family_refusal(PyObject*, PyObject* args) {
+    const char* keyword = nullptr;
+    const char* a = nullptr;
+    const char* b = nullptr;
+    if (!PyArg_ParseTuple(args, "sss", &keyword, &a, &b))
+        return nullptr;
+    const pelix::KeywordRow* row = pelix::find_built_keyword(pelix::keyword_table(), keyword);
+    if (row == nullptr)
+        return PyUnicode_FromString((std::string(keyword) + " is unknown").c_str());
+    try {
+        pelix::Engine scratch;
+        const int32_t za = pelix::atomic_number(a), zb = pelix::atomic_number(b);
+        row->ops->setup(scratch, 1);
+        (void)row->ops->cutoff_squared(scratch, za, zb);
+    } catch (const pelix::FatalError& stop) {
+        std::string text;
+        for (const std::string& line : stop.lines()) {
+            if (!text.empty())
+                text += '\n';
+            text += line;
+        }
+        return PyUnicode_FromString(text.c_str());
+    }
+    Py_RETURN_NONE;
+}
+
 // ---------------------------------------------------------------------------------------
 // Doc strings and module definition.
 
@@ -740,6 +770,10 @@ PyMethodDef methods[] = {
      METH_VARARGS | METH_KEYWORDS, set_pbcs_doc},
     {"read_pelix_in", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(py_read_pelix_in)),
      METH_VARARGS | METH_KEYWORDS, read_pelix_in_doc},
+    {"family_refusal", py_family_refusal, METH_VARARGS,
+     "family_refusal(keyword, symbol, symbol) -> None when the family of the keyword takes the\n"
+     "pair of elements, else the text the engine would stop with (its files are read from the\n"
+     "current directory; nothing of the engine's state changes)."},
     {"interaction_range", py_interaction_range, METH_NOARGS,
      "interaction_range() -> the largest pair radius of the last force call (cut-off plus the\n"
      "0.3 A skin, or the Ewald real-space cut-off), 0.0 before the first. A periodic axis\n"

@@ -52,7 +52,8 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
     # The caller's own "potfor.IN" (Ti-Fe misspelled) is used; the missing files are written.
     (tmp_path / "engine").mkdir()
     (tmp_path / "engine" / "potfor.IN").write_text(
-        "t\nc\n5\nFe Fe BUCKBW\nO_ O_ BUCKBW\nO_ Fe BUCKBW\nTi Ti BUCKBW\nTi Fe buckbw\n")
+        "t\nc\n7\nFe Fe BUCKBW\nO_ O_ BUCKBW\nO_ Fe BUCKBW\nTi Ti BUCKBW\nTi Fe buckbw\n"
+        "Ag Ag ZBLPOTL\nFe Ag ZBLPOTL\n")
     run_script(tmp_path, f"""
         import importlib, os, sys
         import numpy as np
@@ -86,7 +87,9 @@ def test_directory_periodic_flags_slabs_and_refusals(tmp_path):
             (pelix.LostAtomError, "atom 0 (Fe)", atoms(pbc=(1, 1, 0), shift=(0.0, 0.0, 600.0))),
             (ValueError, "element 'N'", atoms("FeN", **two)),
             (ValueError, "did you mean 'BUCKBW'", atoms("FeTi", **two)),
-            (ValueError, "Fe-Ag, Ag-Ag", atoms("FeAg", **two)),
+            (ValueError, "Fe-C_, C_-C_", atoms("FeC", **two)),
+            (ValueError, "ZBLPOTL_MAPIJ: Fe-Ag interaction is not implemented",
+             atoms("FeAg", **two)),
             (ValueError, "not orthorhombic",
              atoms("Fe2", cell=[[10, 0, 0], [2, 10, 0], [0, 0, 10]], **two)),
             (ValueError, "positive", atoms("Fe2", cell=(10, 10, 0), pbc=(1, 1, 0), **two)),
