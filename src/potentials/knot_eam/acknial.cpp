@@ -6,9 +6,9 @@
 #include <filesystem>
 
 #include "common/fatal_error.hpp"
+#include "common/record_file.hpp"
 #include "potentials/knot_eam/keywords.hpp"
 #include "potentials/knot_eam/knot_eam_family.hpp"
-#include "common/record_file.hpp"
 
 namespace pelix {
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "common/fatal_error.hpp"
-#include "potentials/knot_eam/knot_eam_family.hpp"
 #include "common/record_file.hpp"
+#include "potentials/knot_eam/knot_eam_family.hpp"
 
 namespace pelix {
 
